@@ -1,5 +1,6 @@
 #pragma once
 
+#include <CoreKit/ArgumentsEnd.h>
 #include <CoreKit/CoreKitExport.h>
 #include <CoreKit/Format.h>
 #include <CoreKit/TestStatus.h>
@@ -98,16 +99,6 @@ template <class Exception>
 {
     std::va_list arguments;
     va_start(arguments, format);
-    CSafeString text;
-    try
-    {
-        text = FormatTextV(format, arguments);
-    }
-    catch (...)
-    {
-        va_end(arguments);
-        throw;
-    }
-    va_end(arguments);
-    throw Exception(text);
+    const CArgumentsEnd end(arguments);
+    throw Exception(FormatTextV(format, arguments));
 }

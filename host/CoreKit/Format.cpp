@@ -1,3 +1,4 @@
+#include <CoreKit/ArgumentsEnd.h>
 #include <CoreKit/Format.h>
 #include <CoreKit/SimpleBuffer.h>
 
@@ -9,17 +10,6 @@
 namespace
 {
 constexpr std::size_t FIRST_SIZE = 512;
-
-/// Ends the second walk over the arguments on every way out.
-struct CArgumentsCopy
-{
-    explicit CArgumentsCopy(std::va_list source) { va_copy(m_Arguments, source); }
-    ~CArgumentsCopy() { va_end(m_Arguments); }
-    CArgumentsCopy(const CArgumentsCopy&) = delete;
-    CArgumentsCopy& operator=(const CArgumentsCopy&) = delete;
-
-    std::va_list m_Arguments;
-};
 
 std::size_t Checked(int length)
 {
@@ -35,14 +25,16 @@ CSafeString FormatFilledV(char fill, std::size_t count, const char* format, std:
 {
     thread_local CSimpleBuffer buffer;
 
-    CArgumentsCopy again(arguments);
+    std::va_list again;
+    va_copy(again, arguments);
+    const CArgumentsEnd end(again);
     char* text = buffer.Get(count + FIRST_SIZE);
     const std::size_t room = buffer.Size() - count;
     const std::size_t length = Checked(std::vsnprintf(text + count, room, format, arguments));
     if (length >= room)
     {
         text = buffer.Get(count + length + 1);
-        Checked(std::vsnprintf(text + count, length + 1, format, again.m_Arguments));
+        Checked(std::vsnprintf(text + count, length + 1, format, again));
     }
     std::memset(text, fill, count);
     return CSafeString(std::string_view(text, count + length));
@@ -57,16 +49,14 @@ CSafeString FormatText(const char* format, ...)
 {
     std::va_list arguments;
     va_start(arguments, format);
-    CArgumentsCopy copy(arguments);
-    va_end(arguments);
-    return FormatTextV(format, copy.m_Arguments);
+    const CArgumentsEnd end(arguments);
+    return FormatTextV(format, arguments);
 }
 
 CSafeString FormatFilled(char fill, std::size_t count, const char* format, ...)
 {
     std::va_list arguments;
     va_start(arguments, format);
-    CArgumentsCopy copy(arguments);
-    va_end(arguments);
-    return FormatFilledV(fill, count, format, copy.m_Arguments);
+    const CArgumentsEnd end(arguments);
+    return FormatFilledV(fill, count, format, arguments);
 }

@@ -1,0 +1,164 @@
+#include <HostKit/AppState.h>
+#include <HostKit/TestSuiteLog.h>
+
+#include <CoreKit/Exceptions.h>
+
+#include <utility>
+
+namespace
+{
+SHostServices* g_Services = nullptr;
+
+template <class Service>
+Service& Needed(Service* service, const char* name)
+{
+    if (!service)
+    {
+        ThrowFormatted<ZKRunTimeException>("The host has not installed its service \"%s\".", name);
+    }
+    return *service;
+}
+} // namespace
+
+CHelper::~CHelper() = default;
+
+SHostServices::SHostServices() = default;
+
+SHostServices::~SHostServices() = default;
+
+SHostServices* CAppState::Install(SHostServices* services)
+{
+    return std::exchange(g_Services, services);
+}
+
+SHostServices& CAppState::Services()
+{
+    if (!g_Services)
+    {
+        throw ZKRunTimeException("No host services are installed.");
+    }
+    return *g_Services;
+}
+
+ZKLogger& CAppState::Log()
+{
+    return Needed(Services().Log, "Log");
+}
+
+CUserInput& CAppState::UserInput()
+{
+    return Needed(Services().UserInput, "UserInput");
+}
+
+CTestSuiteLog* CAppState::TestSuiteLog()
+{
+    return Services().TestSuiteLog;
+}
+
+CTestLog* CAppState::CurrentTestLog()
+{
+    CTestSuiteLog* log = TestSuiteLog();
+    return log ? log->CurrentTestLog() : nullptr;
+}
+
+CAppSettings& CAppState::AppSettings()
+{
+    return Needed(Services().AppSettings, "AppSettings");
+}
+
+ZKCustomConfiguration* CAppState::CustomConfiguration()
+{
+    return Services().CustomConfiguration;
+}
+
+int CAppState::CurrentFilter()
+{
+    return Services().CurrentFilter;
+}
+
+CDOMParser* CAppState::Orvanta()
+{
+    return Services().Parser.get();
+}
+
+void CAppState::Orvanta(CDOMParser* parser)
+{
+    std::shared_ptr<CDOMParser> kept(parser);
+    Services().Parser = std::move(kept);
+}
+
+ETestSuiteExecutionType CAppState::ExecutionType()
+{
+    return Services().ExecutionType;
+}
+
+ETestSuiteMode CAppState::TestSuiteMode()
+{
+    return Services().TestSuiteMode;
+}
+
+ELogLevel CAppState::ZKLogVerbosityLevel()
+{
+    return Services().LogVerbosity;
+}
+
+void CAppState::FunctionIsExecuting(bool executing)
+{
+    Services().FunctionIsExecuting = executing;
+}
+
+void CAppState::TestSuiteExecuting(bool executing)
+{
+    Services().TestSuiteExecuting = executing;
+}
+
+CSuiteRuntimeState* CAppState::SuiteRuntimeState()
+{
+    return Services().RuntimeState;
+}
+
+void CAppState::SuiteRuntimeState(CSuiteRuntimeState* state)
+{
+    Services().RuntimeState = state;
+}
+
+bool CAppState::HelperCreated()
+{
+    return Services().Helper != nullptr;
+}
+
+void CAppState::RemoveHelper()
+{
+    Services().Helper.reset();
+}
+
+void CAppState::ReportNamePart(std::string_view name)
+{
+    Services().ReportName = name;
+}
+
+void CAppState::AppendReportNamePart(std::string_view part)
+{
+    Services().ReportName += part;
+}
+
+CQtSignaler& CAppState::QtSignaler()
+{
+    SHostServices& services = Services();
+    return services.QtSignaler ? *services.QtSignaler : services.OwnSignaler;
+}
+
+const std::vector<std::string>& CAppState::LibraryPath()
+{
+    return Services().LibraryPath;
+}
+
+CScopedServices::CScopedServices(SHostServices& services)
+    : m_Previous(CAppState::Install(&services))
+{
+}
+
+CScopedServices::~CScopedServices()
+{
+    CAppState::Install(m_Previous);
+}

@@ -1,0 +1,39 @@
+#include <HostKit/HostListener.h>
+
+#include <algorithm>
+
+CHostListener::~CHostListener() = default;
+
+void CHostListener::LogWritten(const SLogEntry& /*entry*/) {}
+
+void CHostListener::Printed(ELogLevel /*level*/, bool /*line*/, std::string_view /*text*/) {}
+
+void CHostListener::TestLogAdded(std::string_view /*text*/, bool /*isTest*/, bool /*isSeparator*/) {}
+
+void CHostListener::OutputFlushed(bool /*complete*/) {}
+
+void CHostListener::HeadlineShown(std::string_view /*text*/, std::uint32_t /*emphasis*/) {}
+
+void CHostListener::OperatorAborted(std::string_view /*text*/) {}
+
+void CHostListeners::Add(CHostListener& listener)
+{
+    if (std::find(m_Listeners.begin(), m_Listeners.end(), &listener) == m_Listeners.end())
+    {
+        m_Listeners.push_back(&listener);
+    }
+}
+
+void CHostListeners::Remove(CHostListener& listener)
+{
+    m_Listeners.erase(std::remove(m_Listeners.begin(), m_Listeners.end(), &listener), m_Listeners.end());
+}
+
+void CHostListeners::ForEach(const std::function<void(CHostListener&)>& tell) const
+{
+    // By index: a listener may add another one while it is told.
+    for (std::size_t i = 0; i < m_Listeners.size(); ++i)
+    {
+        tell(*m_Listeners[i]);
+    }
+}

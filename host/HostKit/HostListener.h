@@ -1,0 +1,51 @@
+#pragma once
+
+#include <HostKit/FormatInfo.h>
+#include <HostKit/HostKitExport.h>
+#include <HostKit/LogTypes.h>
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// One log entry as it was written; views are valid during the call that hands it over.
+struct SLogEntry
+{
+    LOG_TYPE type;
+    ELogLevel level;
+    const CFormatInfo* format; ///< null: the default format of the entry's status
+    std::string_view text;
+};
+
+/// Receives what passes through the host services, on the thread that runs the suite: terminal, run record, tests.
+/// Every operation does nothing unless overridden. Not owned by the services; remove it before it dies.
+class HOSTKIT_EXPORT CHostListener
+{
+public:
+    virtual ~CHostListener();
+
+    virtual void LogWritten(const SLogEntry& entry);
+    /// `line` is true when the text ends a line.
+    virtual void Printed(ELogLevel level, bool line, std::string_view text);
+    virtual void TestLogAdded(std::string_view text, bool isTest, bool isSeparator);
+    virtual void OutputFlushed(bool complete);
+    virtual void HeadlineShown(std::string_view text, std::uint32_t emphasis);
+    /// The operator aborted, by whatever way; called before `ZKUserAbort` is thrown.
+    virtual void OperatorAborted(std::string_view text);
+};
+
+/// The listeners of one set of services, told in the order in which they were added.
+class HOSTKIT_EXPORT CHostListeners
+{
+public:
+    void Add(CHostListener& listener);
+    void Remove(CHostListener& listener);
+
+    void ForEach(const std::function<void(CHostListener&)>& tell) const;
+
+private:
+    std::vector<CHostListener*> m_Listeners;
+};

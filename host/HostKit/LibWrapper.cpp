@@ -1,0 +1,144 @@
+#include <HostKit/AppState.h>
+#include <HostKit/LibWrapper.h>
+
+#include <CoreKit/Format.h>
+
+#include <dlfcn.h>
+#include <elf.h>
+#include <link.h>
+
+#include <filesystem>
+#include <string>
+
+namespace
+{
+/// What is wrong with a library's name; empty when it can be looked for.
+CSafeString NameProblem(const CSafeString& name)
+{
+    if (name.empty())
+    {
+        return "The test library has no name.";
+    }
+    if (std::string_view(name).find_first_of("/\\") != std::string_view::npos)
+    {
+        return FormatText(
+            "The library name \"%s\" contains a path separator; name the library alone and put its folder "
+            "on the library path.",
+            name.c_str());
+    }
+    return {};
+}
+
+/// What the loader answered, without the path in front that the caller's line already has.
+std::string LoaderAnswer(const std::string& path)
+{
+    const char* answer = dlerror();
+    const std::string text = answer ? answer : "the loader gave no reason";
+    const std::string prefix = path + ": ";
+    return text.starts_with(prefix) ? text.substr(prefix.size()) : text;
+}
+
+/// Whether an address belongs to the opened library itself, not to one that it depends on, and is no data.
+bool IsFunctionOf(void* handle, void* address)
+{
+    link_map* library = nullptr;
+    Dl_info place{};
+    void* entry = nullptr;
+    if (dlinfo(handle, RTLD_DI_LINKMAP, &library) != 0 || dladdr1(address, &place, &entry, RTLD_DL_SYMENT) == 0)
+    {
+        return false;
+    }
+    const auto* symbol = static_cast<const ElfW(Sym)*>(entry);
+    const bool isData = symbol && ELF64_ST_TYPE(symbol->st_info) == STT_OBJECT;
+    return !isData && std::string_view(place.dli_fname) == library->l_name;
+}
+
+/// Opens one file; null, with the reason, when that fails.
+void* OpenFile(const std::filesystem::path& path, bool bindNow, std::string& reason)
+{
+    std::error_code ignored;
+    if (!std::filesystem::exists(path, ignored))
+    {
+        reason = "no such file";
+        return nullptr;
+    }
+    void* handle = dlopen(path.c_str(), RTLD_LOCAL | (bindNow ? RTLD_NOW : RTLD_LAZY));
+    if (!handle)
+    {
+        reason = LoaderAnswer(path.string());
+    }
+    return handle;
+}
+} // namespace
+
+CSafeString MakeLibraryName(std::string_view name)
+{
+    if (name.ends_with(".so") || name.find(".so.") != std::string_view::npos)
+    {
+        return name;
+    }
+    for (const std::string_view ending : {".dll", ".dylib"})
+    {
+        if (name.ends_with(ending))
+        {
+            name.remove_suffix(ending.size());
+            break;
+        }
+    }
+    return CSafeString("lib" + std::string(name) + ".so");
+}
+
+CLibWrapper::CLibWrapper(const CSafeString& name, bool bindNow)
+    : m_Name(name)
+    , m_BindNow(bindNow)
+{
+}
+
+// The handle stays open: functions of the library, or objects that they left behind, may still be in use.
+CLibWrapper::~CLibWrapper() = default;
+
+bool CLibWrapper::OpenLibrary()
+{
+    if (m_Handle)
+    {
+        return true;
+    }
+    m_Diagnostic = NameProblem(m_Name);
+    if (!m_Diagnostic.empty())
+    {
+        return false;
+    }
+    const CSafeString file = MakeLibraryName(m_Name);
+    std::string tried;
+    for (const std::string& folder : CAppState::LibraryPath())
+    {
+        // Absolute, since the loader looks through the system's own folders for a bare name.
+        const std::filesystem::path path = std::filesystem::current_path() / folder / file.c_str();
+        std::string reason;
+        m_Handle = OpenFile(path, m_BindNow, reason);
+        if (m_Handle)
+        {
+            return true;
+        }
+        tried += (tried.empty() ? "" : "\n") + path.string() + ": " + reason;
+    }
+    m_Diagnostic = tried.empty() ? FormatText("%s: no folder is set in which to look for it.", file.c_str())
+                                 : CSafeString(std::move(tried));
+    return false;
+}
+
+bool CLibWrapper::IsLoaded() const
+{
+    return m_Handle != nullptr;
+}
+
+CLibWrapper::TFunction CLibWrapper::GetFunction(std::string_view name) const
+{
+    void* const address = m_Handle ? dlsym(m_Handle, std::string(name).c_str()) : nullptr;
+    return address && IsFunctionOf(m_Handle, address) ? reinterpret_cast<TFunction>(address) : nullptr;
+}
+
+CSafeString CLibWrapper::GetDiagnostic() const
+{
+    return m_Diagnostic;
+}

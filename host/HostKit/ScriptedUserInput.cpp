@@ -1,0 +1,121 @@
+#include <HostKit/AppState.h>
+#include <HostKit/ScriptedUserInput.h>
+
+#include <CoreKit/Format.h>
+
+#include <cstring>
+#include <utility>
+
+namespace
+{
+void ShowHeadline(std::string_view text, EUIEmphasis emphasis)
+{
+    CAppState::Services().Listeners.ForEach([&](CHostListener& listener) { listener.HeadlineShown(text, emphasis); });
+}
+} // namespace
+
+CScriptedUserInput::CScriptedUserInput(std::deque<TScriptedAnswer> answers)
+    : m_Answers(std::move(answers))
+{
+}
+
+EUIReturnCode CScriptedUserInput::ShowInfo(EUIMode /*mode*/, std::uint32_t /*timeout*/, std::string_view text,
+                                           bool /*wait*/, std::string_view /*button*/, EUIEmphasis emphasis,
+                                           gui::EAbortBtn /*abortButton*/, std::string_view /*help*/)
+{
+    if (!CAppState::Services().TestSuiteExecuting)
+    {
+        ShowHeadline(text, emphasis);
+        return Answered(false);
+    }
+    const TScriptedAnswer answer = Next(text);
+    const auto* end = std::get_if<EScriptedEnd>(&answer);
+    if (!end)
+    {
+        Refuse(text, "an information box takes \"ok\"");
+    }
+    return *end == EScriptedEnd::Ok ? Answered(false) : EndWith(*end, text);
+}
+
+EUIReturnCode CScriptedUserInput::BooleanChoice(EUIMode /*mode*/, std::uint32_t /*timeout*/, std::string_view text,
+                                                bool* answer, std::string_view /*yes*/, std::string_view /*no*/,
+                                                gui::EAbortBtn /*abortButton*/, std::string_view /*help*/)
+{
+    const TScriptedAnswer next = Next(text);
+    if (const auto* end = std::get_if<EScriptedEnd>(&next); end && *end != EScriptedEnd::Ok)
+    {
+        return EndWith(*end, text);
+    }
+    const auto* choice = std::get_if<bool>(&next);
+    if (!choice)
+    {
+        Refuse(text, "a yes/no prompt takes true or false");
+    }
+    // The slot may hold any byte, so it must not be touched as a bool.
+    const unsigned char byte = *choice ? 1 : 0;
+    std::memcpy(answer, &byte, sizeof(byte));
+    return Answered(true);
+}
+
+EUIReturnCode CScriptedUserInput::GetInteger(EUIMode /*mode*/, std::uint32_t /*timeout*/, std::string_view text,
+                                             std::string_view /*label*/, std::uint64_t* value, ENumericBase /*base*/,
+                                             bool /*initialize*/, std::uint64_t max, std::uint64_t min,
+                                             std::string_view /*title*/, std::string_view /*unit*/,
+                                             gui::EAbortBtn /*abortButton*/, std::string_view /*help*/)
+{
+    const TScriptedAnswer next = Next(text);
+    if (const auto* end = std::get_if<EScriptedEnd>(&next); end && *end != EScriptedEnd::Ok)
+    {
+        return EndWith(*end, text);
+    }
+    const auto* number = std::get_if<std::uint64_t>(&next);
+    if (!number)
+    {
+        Refuse(text, "an integer prompt takes a number");
+    }
+    if (*number < min || *number > max)
+    {
+        const auto wide = [](std::uint64_t n) { return static_cast<unsigned long long>(n); };
+        Refuse(text, FormatText("%llu is not from %llu to %llu", wide(*number), wide(min), wide(max)).c_str());
+    }
+    *value = *number;
+    return Answered(true);
+}
+
+TScriptedAnswer CScriptedUserInput::Next(std::string_view prompt)
+{
+    m_Concluded = m_ReturnedResult = m_TimedOut = false;
+    ++m_Taken;
+    if (m_Answers.empty())
+    {
+        Refuse(prompt, "the list has no further entry");
+    }
+    const TScriptedAnswer answer = m_Answers.front();
+    m_Answers.pop_front();
+    return answer;
+}
+
+EUIReturnCode CScriptedUserInput::EndWith(EScriptedEnd end, std::string_view prompt)
+{
+    if (end == EScriptedEnd::Abort)
+    {
+        const CSafeString shown(prompt);
+        RaiseUserAbort(FormatText("The operator aborted at the prompt \"%s\".", shown.c_str()));
+    }
+    m_TimedOut = end == EScriptedEnd::TimeOut;
+    return m_TimedOut ? UI_TIMED_OUT : UI_CANCELLED;
+}
+
+EUIReturnCode CScriptedUserInput::Answered(bool withResult)
+{
+    m_Concluded = true;
+    m_ReturnedResult = withResult;
+    m_TimedOut = false;
+    return UI_ANSWERED;
+}
+
+void CScriptedUserInput::Refuse(std::string_view prompt, const char* reason) const
+{
+    const CSafeString shown(prompt);
+    RaiseUserAbort(FormatText("Answer %zu to the prompt \"%s\": %s.", m_Taken, shown.c_str(), reason));
+}

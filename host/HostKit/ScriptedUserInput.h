@@ -1,0 +1,52 @@
+#pragma once
+
+#include <HostKit/UserInput.h>
+
+#include <deque>
+#include <variant>
+
+/// What a listed answer says: a choice, a number, the information box's button, or how the dialog ends without one.
+enum class EScriptedEnd
+{
+    Ok,
+    TimeOut,
+    Cancel,
+    Abort,
+};
+using TScriptedAnswer = std::variant<bool, std::uint64_t, EScriptedEnd>;
+
+/// Dialogs answered from a list, one entry a prompt in the order they come. An entry that does not fit its prompt, a
+/// number outside the bounds or an exhausted list aborts the run with a message that names prompt and entry. Headlines
+/// (boxes shown while no suite is executing) take no entry.
+class HOSTKIT_EXPORT CScriptedUserInput : public CUserInput
+{
+public:
+    explicit CScriptedUserInput(std::deque<TScriptedAnswer> answers = {});
+
+    EUIReturnCode ShowInfo(EUIMode mode, std::uint32_t timeout, std::string_view text, bool wait,
+                           std::string_view button, EUIEmphasis emphasis, gui::EAbortBtn abortButton,
+                           std::string_view help) override;
+    EUIReturnCode BooleanChoice(EUIMode mode, std::uint32_t timeout, std::string_view text, bool* answer,
+                                std::string_view yes, std::string_view no, gui::EAbortBtn abortButton,
+                                std::string_view help) override;
+    EUIReturnCode GetInteger(EUIMode mode, std::uint32_t timeout, std::string_view text, std::string_view label,
+                             std::uint64_t* value, ENumericBase base, bool initialize, std::uint64_t max,
+                             std::uint64_t min, std::string_view title, std::string_view unit,
+                             gui::EAbortBtn abortButton, std::string_view help) override;
+
+    bool Concluded() const override { return m_Concluded; }
+    bool ReturnedResult() const override { return m_ReturnedResult; }
+    bool TimedOut() const override { return m_TimedOut; }
+
+private:
+    TScriptedAnswer Next(std::string_view prompt);
+    EUIReturnCode EndWith(EScriptedEnd end, std::string_view prompt);
+    EUIReturnCode Answered(bool withResult);
+    [[noreturn]] void Refuse(std::string_view prompt, const char* reason) const;
+
+    std::deque<TScriptedAnswer> m_Answers;
+    std::size_t m_Taken = 0;
+    bool m_Concluded = false;
+    bool m_ReturnedResult = false;
+    bool m_TimedOut = false;
+};

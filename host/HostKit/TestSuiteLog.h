@@ -1,0 +1,94 @@
+#pragma once
+
+#include <HostKit/HostKitExport.h>
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <string_view>
+
+/// One entry of the suite log: what a call, prompt or assignment left behind. Owned by its suite log.
+class HOSTKIT_EXPORT CTestLog
+{
+public:
+    CTestLog(std::string_view text, bool isTest, bool isSeparator);
+
+    const std::string& Text() const { return m_Text; }
+    bool IsTest() const { return m_IsTest; }
+    bool IsSeparator() const { return m_IsSeparator; }
+
+    void StartTime(std::chrono::system_clock::time_point when) { m_StartTime = when; }
+    std::chrono::system_clock::time_point StartTime() const { return m_StartTime; }
+
+    void FunctionCompleted(bool completed) { m_FunctionCompleted = completed; }
+    bool FunctionCompleted() const { return m_FunctionCompleted; }
+
+    /// Ends the entry early, when memory is exhausted: nothing more is counted in it.
+    void Close() { m_Closed = true; }
+    bool Closed() const { return m_Closed; }
+
+    void CountFailure();
+    void CountWarning();
+    void CountAbort();
+    std::uint32_t FailureCount() const { return m_FailureCount; }
+    std::uint32_t WarningCount() const { return m_WarningCount; }
+    std::uint32_t AbortCount() const { return m_AbortCount; }
+
+private:
+    std::string m_Text;
+    std::chrono::system_clock::time_point m_StartTime;
+    std::uint32_t m_FailureCount = 0;
+    std::uint32_t m_WarningCount = 0;
+    std::uint32_t m_AbortCount = 0;
+    bool m_IsTest;
+    bool m_IsSeparator;
+    bool m_FunctionCompleted = false;
+    bool m_Closed = false;
+};
+
+/// The log of one run of a suite: its test logs in order and whether it passed. Owned by the host, a fresh one a run.
+class HOSTKIT_EXPORT CTestSuiteLog
+{
+public:
+    CTestSuiteLog();
+    virtual ~CTestSuiteLog();
+    CTestSuiteLog(const CTestSuiteLog&) = delete;
+    CTestSuiteLog& operator=(const CTestSuiteLog&) = delete;
+
+    /// Opens an entry, which becomes the current one, and tells the listeners.
+    virtual void AddTestLog(std::string_view text, bool isTest, bool isSeparator);
+
+    /// The entry opened last, null before the first. Valid as long as the log.
+    virtual CTestLog* CurrentTestLog();
+
+    virtual void SetSuiteName(std::string_view name);
+    const std::string& SuiteName() const { return m_SuiteName; }
+
+    /// 0 while the suite may run, 1 once the run was refused.
+    virtual void TestSuitePhase(int phase);
+    int TestSuitePhase() const { return m_Phase; }
+
+    /// Whether the suite has tests at all; true unless the host says otherwise.
+    virtual bool HasTestsToRun() const;
+    void SetHasTestsToRun(bool hasTests) { m_HasTestsToRun = hasTests; }
+
+    /// How many entries are tests.
+    virtual std::uint32_t TestCount() const;
+
+    /// True unless an entry counts a failure or an abort, a node ended failed or the operator aborted.
+    virtual bool SuitePassed() const;
+
+    /// What the entries cannot tell: a node of the running tree ended in the failed state; the operator aborted.
+    void NodeFailed() { m_NodeFailed = true; }
+    void OperatorAborted() { m_OperatorAborted = true; }
+
+private:
+    std::deque<CTestLog> m_Logs;
+    std::string m_SuiteName;
+    std::uint32_t m_TestCount = 0;
+    int m_Phase = 0;
+    bool m_HasTestsToRun = true;
+    bool m_NodeFailed = false;
+    bool m_OperatorAborted = false;
+};

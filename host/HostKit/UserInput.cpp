@@ -1,0 +1,7 @@
+#include <HostKit/UserInput.h>
+
+CUserInput::~CUserInput() = default;
+
+void CUserInput::EnableInput() {}
+
+void CUserInput::FunctionFinished() {}
