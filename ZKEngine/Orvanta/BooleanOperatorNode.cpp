@@ -1,0 +1,62 @@
+#include <Orvanta/BooleanOperatorNode.h>
+
+#include <Orvanta/NumericBaseNode.h>
+
+#include <CoreKit/CatchLadder.h>
+#include <HostKit/Logger.h>
+
+const CBooleanOperatorNode::TOperation CBooleanOperatorNode::Equals = std::equal_to<std::uint64_t>();
+const CBooleanOperatorNode::TOperation CBooleanOperatorNode::NotEqual = std::not_equal_to<std::uint64_t>();
+const CBooleanOperatorNode::TOperation CBooleanOperatorNode::GreaterThan = std::greater<std::uint64_t>();
+const CBooleanOperatorNode::TOperation CBooleanOperatorNode::GreaterThanOrEqual = std::greater_equal<std::uint64_t>();
+const CBooleanOperatorNode::TOperation CBooleanOperatorNode::LessThan = std::less<std::uint64_t>();
+const CBooleanOperatorNode::TOperation CBooleanOperatorNode::LessThanOrEqual = std::less_equal<std::uint64_t>();
+
+const std::map<QString, CBooleanOperatorNode::TOperation> CBooleanOperatorNode::m_OperatorList = {
+    {QStringLiteral("eq"), Equals},
+    {QStringLiteral("ne"), NotEqual},
+    {QStringLiteral("gt"), GreaterThan},
+    {QStringLiteral("lt"), GreaterThanOrEqual},
+    {QStringLiteral("gte"), LessThan},
+    {QStringLiteral("lte"), LessThanOrEqual},
+};
+
+CBooleanOperatorNode::CBooleanOperatorNode(const pugi::xml_node& node, CNode* const parent, int level)
+    : CBooleanBaseNode(node, parent, level)
+    , m_Operator(m_OperatorList.at(QString::fromUtf8(Attribute(QStringLiteral("operator")))))
+{
+}
+
+bool CBooleanOperatorNode::DoDiagOnly()
+{
+    return true;
+}
+
+std::pair<bool, bool> CBooleanOperatorNode::Calculate()
+{
+    CNode* const left = m_Children.at(0);
+    CNode* const right = m_Children.at(1);
+    return Guarded([&] { return Compare(left, right); },
+                   [this](const std::exception& exception)
+                   {
+                       LogError("%s: unexpected failure: %s", TypeName().c_str(), exception.what());
+                       return std::pair(false, false);
+                   });
+}
+
+std::pair<bool, bool> CBooleanOperatorNode::Compare(CNode* left, CNode* right)
+{
+    const auto [leftSucceeded, leftValue] = CNumericBaseNode::CalculateTerm(left);
+    const auto [rightSucceeded, rightValue] = CNumericBaseNode::CalculateTerm(right);
+    if (!leftSucceeded || !rightSucceeded)
+    {
+        LogError("%s: couldn't get comparisons.", TypeName().c_str());
+        return {false, false};
+    }
+    m_Value = m_Operator(leftValue, rightValue);
+    LogTrace("%s - %s (operator: %s): lhs=%lu, rhs=%lu, result = %s", qUtf8Printable(m_Indent), TypeName().c_str(),
+             Attribute(QStringLiteral("operator")), static_cast<unsigned long>(leftValue),
+             static_cast<unsigned long>(rightValue), m_Value ? "TRUE" : "FALSE");
+    FlushOutput(true);
+    return {true, m_Value};
+}

@@ -1,0 +1,275 @@
+#include <Orvanta/CallTree.h>
+
+#include <Orvanta/TestSuiteState.h>
+
+#include <CoreKit/CatchLadder.h>
+#include <CoreKit/Format.h>
+#include <HostKit/AppSettings.h>
+#include <HostKit/AppState.h>
+#include <HostKit/Logger.h>
+#include <HostKit/TestSuiteLog.h>
+#include <HostKit/UserInput.h>
+#include <HostKit/VersionInfo.h>
+
+#include <QDir>
+#include <QStandardPaths>
+
+namespace
+{
+constexpr const char* SOURCE_FILE = "ZKEngine/Orvanta/CallTree";
+constexpr const char* LOCK_FILE_SETTING = "runtime/LockFileName";
+constexpr int RUNTIME_SCOPE = 1;
+
+/// Frees the lock, without a word, on the ways out that no handler covers.
+class CUnlockGuard
+{
+public:
+    explicit CUnlockGuard(QLockFile& lock)
+        : m_Lock(lock)
+    {
+    }
+    ~CUnlockGuard() { m_Lock.unlock(); }
+    CUnlockGuard(const CUnlockGuard&) = delete;
+    CUnlockGuard& operator=(const CUnlockGuard&) = delete;
+
+private:
+    QLockFile& m_Lock;
+};
+
+std::string DefaultLockFilePath()
+{
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    if (folder.isEmpty())
+    {
+        throw ZKRunTimeException(
+            "Couldn't find writable location for execution lock.  Do you have write privileges on this system?");
+    }
+    QDir().mkpath(folder);
+    return (folder + QStringLiteral("/GuiZKExecuteLock.txt")).toStdString();
+}
+
+std::string LastComponent(const QString& path)
+{
+    const std::string native = QDir::toNativeSeparators(path).toStdString();
+    return native.substr(native.find_last_of("/\\") + 1);
+}
+
+/// Writes a line about the lock.
+void LogLock(const char* text)
+{
+    WriteLog(TS_NONE, LL_DETAIL, ZKLogger::GetDefaultFormat(TS_NONE), text);
+}
+
+struct SResultTexts
+{
+    const char* pass;
+    const char* fail;
+};
+
+SResultTexts ChooseResultTexts(const CTestSuiteLog* suiteLog)
+{
+    if (!suiteLog)
+    {
+        return {"Did not execute", "Did not execute"};
+    }
+    if (suiteLog->HasTestsToRun() && suiteLog->TestCount() > 0)
+    {
+        return {"Passed", "Failed"};
+    }
+    return {"Completed", "Aborted"};
+}
+} // namespace
+
+std::atomic<bool> CCallTree::m_DoCancel = false;
+
+std::string GetLockFilePath()
+{
+    static std::string path;
+    CAppSettings& settings = CAppState::AppSettings();
+    settings.GetAppSetting(LOCK_FILE_SETTING, path, RUNTIME_SCOPE);
+    if (path.empty())
+    {
+        path = DefaultLockFilePath();
+        settings.UpdateAppSetting(LOCK_FILE_SETTING, path, RUNTIME_SCOPE);
+        settings.SyncSettings();
+    }
+    return path;
+}
+
+void DisplayStartupBanner(CTestSuiteLog& suiteLog, const TestSuiteState& state)
+{
+    ZKLogger& logger = CAppState::Log();
+    suiteLog.AddTestLog("Startup", false, true);
+    CFormatInfo format(ZKColor{0, 0, 255, 255}, 700);
+    WriteLog(TS_NONE, LL_ALWAYS, format,
+             FormatText("Calling test suite: %s.", qUtf8Printable(state.Document()->Name())));
+    format.SetBold(0, true);
+    WriteLog(TS_NONE, LL_ALWAYS, format,
+             FormatText("Log Level: %s", GetLogLevelName(CAppState::ZKLogVerbosityLevel())));
+    logger.DoWritePrintOnly(LL_ALWAYS, "\n");
+    format.SetBold(700, true);
+    Common_DisplayOSVersionInfo(format, DefaultErrorFormat());
+    const ELogLevel level = ZKLogger::GetDefaultLogVerbosity(TS_NONE);
+    WriteLog(TS_NONE, level, format,
+             FormatText("Qt version: %d.%d.%d", QT_VERSION_MAJOR, QT_VERSION_MINOR, QT_VERSION_PATCH));
+    WriteLog(TS_NONE, level, format,
+             FormatText("PSF version supported: %s", CProductSheetFile::AppSupportedPSFVersionString()));
+    Common_DisplayEngineFileVersions();
+}
+
+CCallTree::CCallTree(TestSuiteState* state)
+    : m_State(state)
+    , m_Lock(QString::fromStdString(GetLockFilePath()))
+{
+    if (!m_State)
+    {
+        ThrowFormatted<ZKRunTimeException>("\n%s(%d): %s:\nInternal error: NULL Test Suite Document object.",
+                                           SOURCE_FILE, __LINE__, "CCallTree::CCallTree");
+    }
+}
+
+CCallTree::~CCallTree()
+{
+    m_Lock.unlock();
+}
+
+TEST_STATUS CCallTree::CallTree()
+{
+    CTestSuiteLog* const suiteLog = CAppState::TestSuiteLog();
+    if (!suiteLog)
+    {
+        throw ZKRunTimeException("INTERNAL ERROR: NULL test suite log object.");
+    }
+    if (!m_State->Document())
+    {
+        ThrowFormatted<ZKRunTimeException>("Test suite '%s' has no document to run: initialize it first.",
+                                           qUtf8Printable(m_State->TestName()));
+    }
+    DisplayStartupBanner(*suiteLog, *m_State);
+    CAppState::ReportNamePart("");
+    m_DoCancel = false;
+    CUIUpdate::GetUIUpdate().AbortFunction(false);
+    m_LockAcquired = true;
+    LogLock("Acquiring execution lock...");
+    FlushOutput(false);
+    if (!m_Lock.tryLock(0))
+    {
+        return TestRunCleanup(Refuse());
+    }
+    const CUnlockGuard guard(m_Lock);
+    return RunLocked();
+}
+
+TEST_STATUS CCallTree::Refuse()
+{
+    CAppState::TestSuiteLog()->TestSuitePhase(1);
+    WriteAtDefaults(TS_ERROR, "\nAnother application is running ZK Compliance tests.\n\n  Only one application may run a "
+                              "Compliance Test at a time.");
+    m_LockAcquired = false;
+    return TS_ERROR;
+}
+
+TEST_STATUS CCallTree::RunLocked()
+{
+    LogLock("Execution lock acquired.");
+    FlushOutput(false);
+    const auto failedStatus = [] { return CAppState::Log().TestStatus(TS_NONE) | TS_ERROR; };
+    const TEST_STATUS status = Guarded([this] { return RunSuite(); },
+                                       [this](OutOfMemory) -> TEST_STATUS
+                                       {
+                                           m_Lock.unlock();
+                                           throw;
+                                       },
+                                       [&](const ZKUserAbort&) -> TEST_STATUS
+                                       {
+                                           WriteLog(TS_NONE, LL_WARNING, DefaultAbortFormat(),
+                                                    "User aborted test suite.");
+                                           TestRunCleanup(failedStatus());
+                                           throw;
+                                       },
+                                       [&](UnknownFailure) -> TEST_STATUS
+                                       {
+                                           TestRunCleanup(failedStatus());
+                                           throw;
+                                       });
+    return TestRunCleanup(status);
+}
+
+TEST_STATUS CCallTree::RunSuite()
+{
+    CAppState::TestSuiteLog()->SetSuiteName(LastComponent(m_State->Document()->FileName()));
+    m_State->RunTestSuite(false);
+    FlushOutput(true);
+    return CAppState::Log().TestStatus(TS_NONE);
+}
+
+void CCallTree::ReleaseLock()
+{
+    LogLock("Releasing execution lock...");
+    FlushOutput(false);
+    m_Lock.unlock();
+    LogLock("Execution lock released.");
+}
+
+TEST_STATUS CCallTree::TestRunCleanup(TEST_STATUS status)
+{
+    const CTestSuiteLog* const suiteLog = CAppState::TestSuiteLog();
+    if (m_Lock.isLocked())
+    {
+        ReleaseLock();
+    }
+    FlushOutput(false);
+    CAppState::FunctionIsExecuting(false);
+
+    const bool passed = suiteLog && suiteLog->SuitePassed();
+    QString headline = MakeHeadline(passed);
+    if (m_LockAcquired)
+    {
+        CAppState::AppendReportNamePart(" - ");
+        CAppState::AppendReportNamePart(m_ResultText.toStdString());
+        if (CAppState::TestSuiteMode() == MODE_DEBUG)
+        {
+            CAppState::AppendReportNamePart(" - DEBUG");
+        }
+    }
+    FlushOutput(true);
+    headline += QLatin1Char('!');
+    CAppState::UserInput().ShowInfo(UI_MODE_NORMAL, UI_NO_TIMEOUT, headline.toStdString(), true, "",
+                                    passed ? UI_EMPHASIS_NONE : UI_EMPHASIS_FAILURE, gui::ABORT_BTN_SHOWN, "");
+    CUIUpdate::GetUIUpdate().AbortFunction(false);
+    return status;
+}
+
+QString CCallTree::MakeHeadline(bool passed)
+{
+    const QString headline = QStringLiteral("Test suite ");
+    m_ResultText.clear();
+    if (!m_LockAcquired)
+    {
+        return headline + QStringLiteral("did not execute");
+    }
+    const SResultTexts texts = ChooseResultTexts(CAppState::TestSuiteLog());
+    if (CAppState::ExecutionType() == EXECUTION_NORMAL)
+    {
+        m_ResultText = QString::fromLatin1(m_DoCancel ? "Aborted" : passed ? texts.pass : texts.fail);
+        return headline + m_ResultText;
+    }
+    const bool succeeded = passed && !CUIUpdate::GetUIUpdate().AbortFunction();
+    m_ResultText = QString::fromLatin1(succeeded ? texts.pass : texts.fail);
+    WriteClosingLine(passed);
+    return headline + QStringLiteral("Validation ") + m_ResultText;
+}
+
+void CCallTree::WriteClosingLine(bool passed) const
+{
+    const char* text = nullptr;
+    if (m_ValidationReport)
+    {
+        text = passed ? "Validation was successful" : "Validation was NOT successful";
+    }
+    else
+    {
+        text = passed ? "Test Suite ran to completion" : "Test Suite did NOT run to completion";
+    }
+    WriteAtDefaults(passed ? TS_NONE : TS_FAILED, text);
+}

@@ -1,0 +1,37 @@
+#include <Orvanta/NumericCalcNode.h>
+
+CNumericCalcNode::CNumericCalcNode(const pugi::xml_node& node, CNode* const parent, int level)
+    : CNumericBaseNode(node, parent, level)
+{
+}
+
+bool CNumericCalcNode::IsSelectable() const
+{
+    return false;
+}
+
+bool CNumericCalcNode::DoDiagOnly()
+{
+    return true;
+}
+
+std::pair<bool, std::uint64_t> CNumericCalcNode::Calculate()
+{
+    return CalculateTerm(GetChild(0));
+}
+
+bool CNumericCalcNode::DoExecute(bool)
+{
+    const auto [succeeded, calculated] = Calculate();
+    if (succeeded)
+    {
+        m_Value = calculated;
+        const unsigned long long value = m_Value;
+        LogTrace("%s - %s: Returning %llu (%llX)", qUtf8Printable(m_Indent), TypeName().c_str(), value, value);
+    }
+    else
+    {
+        LogError("%s", "Calculation failed. Value not set.");
+    }
+    return succeeded;
+}
