@@ -26,7 +26,8 @@ protected:
     bool DoDiagOnly() override;
 
 public:
-    /// A failing first term fails without a line; every other failure is an error line.
+    /// A failing first term fails without a line; every other failure, a first term that is not boolean too, is an
+    /// error line.
     std::pair<bool, bool> Calculate() override;
 
 private:

@@ -13,12 +13,9 @@ const CBooleanOperatorNode::TOperation CBooleanOperatorNode::LessThan = std::les
 const CBooleanOperatorNode::TOperation CBooleanOperatorNode::LessThanOrEqual = std::less_equal<std::uint64_t>();
 
 const std::map<QString, CBooleanOperatorNode::TOperation> CBooleanOperatorNode::m_OperatorList = {
-    {QStringLiteral("eq"), Equals},
-    {QStringLiteral("ne"), NotEqual},
-    {QStringLiteral("gt"), GreaterThan},
-    {QStringLiteral("lt"), GreaterThanOrEqual},
-    {QStringLiteral("gte"), LessThan},
-    {QStringLiteral("lte"), LessThanOrEqual},
+    {QStringLiteral("eq"), Equals},      {QStringLiteral("ne"), NotEqual},
+    {QStringLiteral("gt"), GreaterThan}, {QStringLiteral("lt"), GreaterThanOrEqual},
+    {QStringLiteral("gte"), LessThan},   {QStringLiteral("lte"), LessThanOrEqual},
 };
 
 CBooleanOperatorNode::CBooleanOperatorNode(const pugi::xml_node& node, CNode* const parent, int level)
@@ -54,6 +51,7 @@ std::pair<bool, bool> CBooleanOperatorNode::Compare(CNode* left, CNode* right)
         return {false, false};
     }
     m_Value = m_Operator(leftValue, rightValue);
+    static_assert(sizeof(unsigned long) == sizeof(std::uint64_t), "%lu prints both values in full");
     LogTrace("%s - %s (operator: %s): lhs=%lu, rhs=%lu, result = %s", qUtf8Printable(m_Indent), TypeName().c_str(),
              Attribute(QStringLiteral("operator")), static_cast<unsigned long>(leftValue),
              static_cast<unsigned long>(rightValue), m_Value ? "TRUE" : "FALSE");

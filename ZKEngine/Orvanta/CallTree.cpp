@@ -135,6 +135,7 @@ CCallTree::~CCallTree()
 
 TEST_STATUS CCallTree::CallTree()
 {
+    m_ResultText.clear();
     CTestSuiteLog* const suiteLog = CAppState::TestSuiteLog();
     if (!suiteLog)
     {
@@ -163,8 +164,9 @@ TEST_STATUS CCallTree::CallTree()
 TEST_STATUS CCallTree::Refuse()
 {
     CAppState::TestSuiteLog()->TestSuitePhase(1);
-    WriteAtDefaults(TS_ERROR, "\nAnother application is running ZK Compliance tests.\n\n  Only one application may run a "
-                              "Compliance Test at a time.");
+    WriteAtDefaults(TS_ERROR,
+                    "\nAnother application is running ZK Compliance tests.\n\n  Only one application may run a "
+                    "Compliance Test at a time.");
     m_LockAcquired = false;
     return TS_ERROR;
 }
@@ -174,24 +176,24 @@ TEST_STATUS CCallTree::RunLocked()
     LogLock("Execution lock acquired.");
     FlushOutput(false);
     const auto failedStatus = [] { return CAppState::Log().TestStatus(TS_NONE) | TS_ERROR; };
-    const TEST_STATUS status = Guarded([this] { return RunSuite(); },
-                                       [this](OutOfMemory) -> TEST_STATUS
-                                       {
-                                           m_Lock.unlock();
-                                           throw;
-                                       },
-                                       [&](const ZKUserAbort&) -> TEST_STATUS
-                                       {
-                                           WriteLog(TS_NONE, LL_WARNING, DefaultAbortFormat(),
-                                                    "User aborted test suite.");
-                                           TestRunCleanup(failedStatus());
-                                           throw;
-                                       },
-                                       [&](UnknownFailure) -> TEST_STATUS
-                                       {
-                                           TestRunCleanup(failedStatus());
-                                           throw;
-                                       });
+    const TEST_STATUS status =
+        Guarded([this] { return RunSuite(); },
+                [this](OutOfMemory) -> TEST_STATUS
+                {
+                    m_Lock.unlock();
+                    throw;
+                },
+                [&](const ZKUserAbort&) -> TEST_STATUS
+                {
+                    WriteLog(TS_NONE, LL_WARNING, DefaultAbortFormat(), "User aborted test suite.");
+                    TestRunCleanup(failedStatus());
+                    throw;
+                },
+                [&](UnknownFailure) -> TEST_STATUS
+                {
+                    TestRunCleanup(failedStatus());
+                    throw;
+                });
     return TestRunCleanup(status);
 }
 
@@ -243,7 +245,6 @@ TEST_STATUS CCallTree::TestRunCleanup(TEST_STATUS status)
 QString CCallTree::MakeHeadline(bool passed)
 {
     const QString headline = QStringLiteral("Test suite ");
-    m_ResultText.clear();
     if (!m_LockAcquired)
     {
         return headline + QStringLiteral("did not execute");

@@ -6,6 +6,7 @@
 #include <HostKit/TestSuiteFilters.h>
 
 #include <QFile>
+#include <QFileInfo>
 #include <QStringList>
 
 #include <algorithm>
@@ -27,9 +28,13 @@ CDOMParser* SharedParser()
     return CAppState::Orvanta();
 }
 
-QString FirstText(const pugi::xpath_node_set& nodes)
+/// Takes over the text of the first node, if there is one.
+void ReadFirstText(const pugi::xpath_node_set& nodes, QString& text)
 {
-    return nodes.empty() ? QString() : QString::fromUtf8(nodes.first().node().child_value());
+    if (!nodes.empty())
+    {
+        text = QString::fromUtf8(nodes.first().node().child_value());
+    }
 }
 
 QStringList SplitList(const pugi::xml_attribute& attribute)
@@ -58,8 +63,9 @@ ETestSuiteAccessType ApplyFilter(const pugi::xml_node& root)
     }
     const QStringList covered = SplitList(configurations);
     const QStringList categories = filter->Categories();
-    const bool matches = std::any_of(categories.begin(), categories.end(), [&](const QString& category)
-                                     { return covered.contains(category, Qt::CaseInsensitive); });
+    const bool matches =
+        std::any_of(categories.begin(), categories.end(),
+                    [&](const QString& category) { return covered.contains(category, Qt::CaseInsensitive); });
     if (matches)
     {
         return ACCESS_GRANTED;
@@ -121,8 +127,8 @@ void CDOMDocTestSuite::ReadTopLevel(const pugi::xml_node& root)
     {
         loadErrors = RunQuery(root, "x:DllLoadError");
     }
-    m_LibraryLoadErrorMsg = FirstText(loadErrors);
-    m_ToolTip = FirstText(RunQuery(root, "x:Tooltip"));
+    ReadFirstText(loadErrors, m_LibraryLoadErrorMsg);
+    ReadFirstText(RunQuery(root, "x:Tooltip"), m_ToolTip);
     MakeVariableList(RunQuery(root, "x:Variables").first().node());
     m_HasTest = m_HasTest || HasPassFailTest(root);
 }
@@ -188,6 +194,10 @@ void CDOMDocTestSuite::MakeVariableList(const pugi::xml_node& variables)
 
 ETestSuiteAccessType CDOMDocTestSuite::ShouldLoad(const QString& path)
 {
+    if (!QFileInfo(path).isFile())
+    {
+        return ACCESS_NONE;
+    }
     pugi::xml_document document;
     document.load_file(QFile::encodeName(path).constData());
     const pugi::xml_node root = document.document_element();

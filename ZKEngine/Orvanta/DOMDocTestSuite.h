@@ -35,16 +35,16 @@ public:
     explicit CDOMDocTestSuite(const QString& path);
     ~CDOMDocTestSuite() override;
 
-    /// Parses, validates and reads the top level. False when the file is not valid (its errors are kept) or its variables
-    /// are wrong (no error is kept). Only exhausted memory leaves as an exception.
+    /// Parses, validates and reads the top level. False when the file is not valid (its errors are kept) or its
+    /// variables are wrong (no error is kept). Only exhausted memory leaves as an exception.
     bool ParseDoc() override;
     void Reset() override;
 
     static QString GetSchemaName();
     static QString GetSchemaNamespaceURI();
 
-    /// Whether the file belongs to the application and passes the operator's filter. Reads only the root's attributes and
-    /// never throws for a bad file: what can't be read gives `ACCESS_NONE`.
+    /// Whether the file belongs to the application and passes the operator's filter. Reads only the root's attributes
+    /// and never throws for a bad file: what can't be read gives `ACCESS_NONE`.
     static ETestSuiteAccessType ShouldLoad(const QString& path);
 
     QString LibFileName() const { return m_LibFileName; }

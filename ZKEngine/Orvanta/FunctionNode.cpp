@@ -63,7 +63,8 @@ const SParameterType* FindParameterType(std::string_view name)
 }
 
 /// One line about the parameter of that number, counted from 1, of so many, behind `indent` blanks.
-CSafeString DescribeParameter(std::size_t indent, const pugi::xml_node& parameter, std::size_t number, std::size_t count)
+CSafeString DescribeParameter(std::size_t indent, const pugi::xml_node& parameter, std::size_t number,
+                              std::size_t count)
 {
     const int width = count < 10 ? 1 : 2;
 #pragma GCC diagnostic push
@@ -166,9 +167,9 @@ QString CFunctionNode::GetDiagnosticString() const
     {
         condition.prepend(QStringLiteral("\n    "));
     }
-    const CSafeString text = FormatText(" %s Function:  %s (%s)%s\n", Attribute(QStringLiteral("type")),
-                                        Attribute(QStringLiteral("name")), Attribute(QStringLiteral("label")),
-                                        qUtf8Printable(condition));
+    const CSafeString text =
+        FormatText(" %s Function:  %s (%s)%s\n", Attribute(QStringLiteral("type")), Attribute(QStringLiteral("name")),
+                   Attribute(QStringLiteral("label")), qUtf8Printable(condition));
     return QString::fromUtf8(text.c_str());
 }
 
@@ -256,9 +257,11 @@ bool CFunctionNode::CallWithParameters()
     using TDispatch = bool (*)(CFunctionNode&, const TParameters&);
     static constexpr auto dispatchers = []<std::size_t... Index>(std::index_sequence<Index...>)
     {
-        return std::array<TDispatch, sizeof...(Index)>{[](CFunctionNode& node, const TParameters& parameters)
-                                                       { return node.DoCall(parameters, StackBuffer<Index + 1>()); }...};
-    }(std::make_index_sequence<MAX_CALL_PARAMETERS>());
+        return std::array<TDispatch, sizeof...(Index)>{[](CFunctionNode& node, const TParameters& parameters) {
+            return node.DoCall(parameters, StackBuffer<Index + 1>());
+        }...};
+    }
+    (std::make_index_sequence<MAX_CALL_PARAMETERS>());
 
     const TParameters parameters = RunQuery("x:Parameter");
     if (parameters.empty())

@@ -10,9 +10,9 @@
 
 class ZKLogger;
 
-/// Calls one exported function of the suite's test library with the parameters that its "x:Parameter" children describe.
-/// The function is looked up once, when the node is built; the first function node built opens the library. What a test
-/// function throws becomes a logged failure; the operator's abort and exhausted memory pass through.
+/// Calls one exported function of the suite's test library with the parameters that its "x:Parameter" children
+/// describe. The function is looked up once, when the node is built; the first function node built opens the library.
+/// What a test function throws becomes a logged failure; the operator's abort and exhausted memory pass through.
 class ORVANTA_EXPORT CFunctionNode : public CNode
 {
 public:

@@ -57,9 +57,9 @@ QString CGroupRecursiveNode::GetDiagnosticString() const
     {
         return CNode::GetDiagnosticString();
     }
-    return QString::fromUtf8(FormatText("Executing Group %s:  iterator=0x%x\n", qUtf8Printable(Name()),
-                                        static_cast<unsigned>(m_Iterator))
-                                 .c_str());
+    return QString::fromUtf8(
+        FormatText("Executing Group %s:  iterator=0x%x\n", qUtf8Printable(Name()), static_cast<unsigned>(m_Iterator))
+            .c_str());
 }
 
 bool CGroupRecursiveNode::DoExecute(bool stopOnFail)
@@ -129,8 +129,12 @@ void CGroupRecursiveNode::InitExecution()
     m_IterVar = DEF_ITER_VAR;
 
     SAttributes attributes;
-    SAttribute* const inReadingOrder[] = {&attributes.name,     &attributes.from,     &attributes.to,
-                                          &attributes.interval, &attributes.iterator, &attributes.iterType,
+    SAttribute* const inReadingOrder[] = {&attributes.name,
+                                          &attributes.from,
+                                          &attributes.to,
+                                          &attributes.interval,
+                                          &attributes.iterator,
+                                          &attributes.iterType,
                                           &attributes.breakConditionType};
     for (SAttribute* attribute : inReadingOrder)
     {
@@ -144,8 +148,12 @@ void CGroupRecursiveNode::InitExecution()
     ChooseTermination(attributes);
     ChooseAdvance(attributes);
 
-    const SAttribute* const inLoggingOrder[] = {&attributes.name,     &attributes.to,       &attributes.from,
-                                                &attributes.interval, &attributes.iterator, &attributes.iterType,
+    const SAttribute* const inLoggingOrder[] = {&attributes.name,
+                                                &attributes.to,
+                                                &attributes.from,
+                                                &attributes.interval,
+                                                &attributes.iterator,
+                                                &attributes.iterType,
                                                 &attributes.breakConditionType};
     for (const SAttribute* attribute : inLoggingOrder)
     {
@@ -224,12 +232,11 @@ bool CGroupRecursiveNode::BoundsExclude() const
     const unsigned from = static_cast<unsigned>(m_From);
     const unsigned to = static_cast<unsigned>(m_To);
     const CSafeString type = TypeName();
-    const CSafeString warning =
-        m_IsIncrement
-            ? FormatText("\"from\" is greater than \"to\". Exiting %s main loop. (from = %u, to = %u)", type.c_str(),
-                         from, to)
-            : FormatText("\"from\" is less than \"to\" in decrementing mode. Exiting %s main loop. (from = %u, to = %u)",
-                         type.c_str(), from, to);
+    const CSafeString warning = m_IsIncrement
+        ? FormatText("\"from\" is greater than \"to\". Exiting %s main loop. (from = %u, to = %u)", type.c_str(), from,
+                     to)
+        : FormatText("\"from\" is less than \"to\" in decrementing mode. Exiting %s main loop. (from = %u, to = %u)",
+                     type.c_str(), from, to);
     WriteLog(TS_NONE, LL_WARNING, DefaultWarningFormat(), warning);
     return true;
 }
@@ -256,9 +263,9 @@ void CGroupRecursiveNode::LogAttribute(const SAttribute& attribute) const
     }
     LogTrace("%s - attribute %s%s.", qUtf8Printable(m_Indent), attribute.name,
              attribute.isApplicable ? "" : " (ignored)");
-    const CSafeString value = attribute.isNumber ? FormatText("raw value: \"%s\", value: \"%lu\"", attribute.text,
-                                                              static_cast<unsigned long>(attribute.number))
-                                                 : FormatText("value: \"%s\"", attribute.text);
+    const CSafeString value = attribute.isNumber
+        ? FormatText("raw value: \"%s\", value: \"%lu\"", attribute.text, static_cast<unsigned long>(attribute.number))
+        : FormatText("value: \"%s\"", attribute.text);
     LogTrace("%s -   %s.", qUtf8Printable(m_Indent), value.c_str());
 }
 

@@ -11,10 +11,12 @@ class CVariable;
 
 /// A group that repeats its children like a counted loop: an iterator goes from "from" to "to" by "interval" and is
 /// written into the suite variable that "iterator" names. A boolean child "x:LoopTerminate" replaces the comparison, a
-/// numeric child "x:NextIteration" the step. Without any of these the children run once. The iterator never wraps: a step
-/// beyond its variable's range ends the loop.
+/// numeric child "x:NextIteration" the step. Without any of these the children run once. The iterator never wraps: a
+/// step beyond its variable's range ends the loop.
 ///
-/// Errors of the family pass through, logged; other exceptions end the group as failed.
+/// Errors of the family pass through, logged, but for the group's own stop on failure, which ends it as failed, like
+/// other `std::exception`s. What is wrong at the start of a run (an unknown iterator, an interval of 0) passes through
+/// unlogged.
 class ORVANTA_EXPORT CGroupRecursiveNode : public CGroupNode
 {
 public:

@@ -8,6 +8,6 @@
 
 class CNode;
 
-/// Builds the node of an element, with everything below it, at the level below the parent's; null for an element that is
-/// no executable node. What a node's constructor throws passes through.
+/// Builds the node of an element, with everything below it, at the level below the parent's; null for an element that
+/// is no executable node. What a node's constructor throws passes through.
 ORVANTA_EXPORT std::unique_ptr<CNode> MakeNode(const pugi::xml_node& node, CNode* const parent, int level);

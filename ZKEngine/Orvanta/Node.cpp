@@ -22,8 +22,9 @@ namespace
 CNode* At(const std::vector<CNode*>& nodes, int index)
 {
     return index >= 0 && static_cast<std::size_t>(index) < nodes.size() ? nodes[static_cast<std::size_t>(index)]
-                                                                         : nullptr;
-}} // namespace
+                                                                        : nullptr;
+}
+} // namespace
 
 CNode::CNode(const pugi::xml_node& node, CNode* const parent, int level, CLibWrapper* libWrapper)
     : m_Parent(parent)
@@ -360,22 +361,22 @@ bool CNode::DoDiagOnly()
 
 CVariableList& CNode::VariableList()
 {
-    if (!m_VariableList)
-    {
-        throw ZKParseTreeException(
-            "Internal Error: the Variable List for this test suite has not been initialized.");
-    }
-    return *m_VariableList;
+    return const_cast<CVariableList&>(DoGetVariableList());
 }
 
 const CVariableList& CNode::DoGetVariableList()
 {
-    return VariableList();
+    if (!m_VariableList)
+    {
+        throw ZKParseTreeException("Internal Error: the Variable List for this test suite has not been initialized.");
+    }
+    return *m_VariableList;
 }
 
 CVariable& CNode::GetVariable(const QString& name)
 {
-    return VariableList().GetVariable(name);
+    DoGetVariableList();
+    return m_VariableList->GetVariable(name);
 }
 
 // ---------------------------------------------------------------------------------------------------------- logging

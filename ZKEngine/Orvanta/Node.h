@@ -50,8 +50,8 @@ struct ResultSummary
 };
 
 /// Base of every executable node of a suite: the tree, the operator's selection, counters, run state, and the frame in
-/// which a node runs. A parent owns every node built from its element; the host owns the root. Nodes read their elements
-/// whenever they need them, so the document outlives its tree. Built, selected and run on one thread.
+/// which a node runs. A parent owns every node built from its element; the host owns the root. Nodes read their
+/// elements whenever they need them, so the document outlives its tree. Built, selected and run on one thread.
 class ORVANTA_EXPORT CNode : public QObject
 {
     Q_OBJECT
@@ -159,13 +159,14 @@ protected:
     QString GetConditionString() const;
 
     /// The list that the running suite reads; `ZKParseTreeException` before a root has made one current.
-    static CVariableList& VariableList();
+    CVariableList& VariableList();
+    const CVariableList& VariableList() const { return DoGetVariableList(); }
     static void VariableList(CVariableList* list) { m_VariableList = list; }
     static const CVariableList& DoGetVariableList();
     static CVariable& GetVariable(const QString& name);
 
-    /// The ways in which nodes log: a trace line, a line at the defaults of a status, an error line, and a line without a
-    /// status that has a level of its own.
+    /// The ways in which nodes log: a trace line, a line at the defaults of a status, an error line, and a line without
+    /// a status that has a level of its own.
     static void LogTrace(const char* format, ...) __attribute__((format(printf, 1, 2)));
     static void LogDefault(TEST_STATUS status, const char* format, ...) __attribute__((format(printf, 2, 3)));
     static void LogError(const char* format, ...) __attribute__((format(printf, 1, 2)));

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <utility>
 
-/// Base of the nodes that compute an unsigned 64-bit value. A calculation that fails is reported by its result and in the
-/// log; a mistake in the suite throws.
+/// Base of the nodes that compute an unsigned 64-bit value. Whether a calculation failed is part of its result; a
+/// mistake in the suite throws.
 class ORVANTA_EXPORT CNumericBaseNode : public CNode
 {
 public:
@@ -14,7 +14,7 @@ public:
 
     bool SomethingToExecute() const override;
 
-    /// The value of the last successful calculation.
+    /// The value that the last run, or a value or expression's last calculation, stored.
     std::uint64_t Value() const { return m_Value; }
 
 protected:

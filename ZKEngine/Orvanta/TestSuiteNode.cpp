@@ -6,6 +6,7 @@
 #include <CoreKit/Format.h>
 #include <HostKit/LibWrapper.h>
 #include <HostKit/Logger.h>
+#include <HostKit/TestSuiteLog.h>
 #include <HostKit/UserInput.h>
 
 #include <string_view>
@@ -36,6 +37,15 @@ void Finish()
         WriteAtDefaults(TS_FAILED,
                         "Internal error: Global helper class not cleaned up by test suite.  Attempting cleanup now...");
         CAppState::RemoveHelper();
+    }
+}
+
+/// Whatever a dialog or a test library threw it from, an abort is never a passed run.
+void ReportAbort()
+{
+    if (CTestSuiteLog* const log = CAppState::TestSuiteLog())
+    {
+        log->OperatorAborted();
     }
 }
 
@@ -143,6 +153,11 @@ QString CTestSuiteNode::Name() const
 
 void CTestSuiteNode::TestSuiteRunStateChanged(ERunState rs)
 {
+    CTestSuiteLog* const log = CAppState::TestSuiteLog();
+    if (log && rs == RS_FAILED)
+    {
+        log->NodeFailed();
+    }
     Q_EMIT UpdateTestSuiteState(rs);
 }
 
@@ -231,12 +246,13 @@ bool CTestSuiteNode::RunSuite(bool stopOnFail)
         return false;
     }
 
+    m_Phase = FG_INITIALIZATION;
     SRun run;
     RunGroups(stopOnFail, run);
     RunExitPhase(run);
     if (run.failure)
     {
-        LogUnexpectedFailure(run.phase, *run.failure);
+        LogUnexpectedFailure(m_Phase, *run.failure);
     }
     CAppState::UserInput().EnableInput();
     return run.result;
@@ -297,13 +313,29 @@ void CTestSuiteNode::RunGroups(bool stopOnFail, SRun& run)
             throw;
         },
         [this](const ZKUserAbort&)
-        { LogTrace("%s - Aborted by user %s.", qUtf8Printable(m_Indent), TypeName().c_str()); },
+        {
+            ReportAbort();
+            LogTrace("%s - Aborted by user %s.", qUtf8Printable(m_Indent), TypeName().c_str());
+        },
         [&fail](const std::exception& exception) { fail(exception.what()); },
         [&fail](UnknownFailure) { fail("<unknown failure>"); });
 }
 
+void CTestSuiteNode::EnterPhase(EFunctionGroupType phase)
+{
+    m_Phase = phase;
+    SetSuitePhase(phase);
+}
+
 void CTestSuiteNode::RunGroupsInOrder(bool stopOnFail, SRun& run)
 {
+    if (!m_InitGroupNode)
+    {
+        // Like an empty group: it passes and the host sees its phases, but nothing has been initialised.
+        run.lastResult = run.result = true;
+        SetSuitePhase(FG_INITIALIZATION);
+        SetSuitePhase(FG_TESTS);
+    }
     for (CNode* child : GetChildren())
     {
         if (child == m_ExitGroupNode)
@@ -314,14 +346,12 @@ void CTestSuiteNode::RunGroupsInOrder(bool stopOnFail, SRun& run)
         const bool stopFlag = isInitGroup || stopOnFail;
         if (isInitGroup)
         {
-            run.phase = FG_INITIALIZATION;
-            SetSuitePhase(run.phase);
+            EnterPhase(FG_INITIALIZATION);
         }
         run.lastResult = run.result = child->Execute(stopFlag);
         if (isInitGroup)
         {
-            run.phase = FG_TESTS;
-            SetSuitePhase(run.phase);
+            EnterPhase(FG_TESTS);
             if (!run.lastResult)
             {
                 LogError("%s", "Test Suite Initialization failed.");
@@ -347,11 +377,10 @@ void CTestSuiteNode::RunExitPhase(SRun& run)
         {
             if (run.failure)
             {
-                LogUnexpectedFailure(run.phase, *run.failure);
+                LogUnexpectedFailure(m_Phase, *run.failure);
                 LogDefault(TS_FAILED, "%s", "Attempting to call cleanup functions.");
             }
-            run.phase = FG_EXIT;
-            SetSuitePhase(run.phase);
+            EnterPhase(FG_EXIT);
             run.failure.reset();
             const bool exitResult = !m_ExitGroupNode || m_ExitGroupNode->Execute(true);
             run.result = run.lastResult && exitResult;
@@ -361,7 +390,11 @@ void CTestSuiteNode::RunExitPhase(SRun& run)
             CAppState::UserInput().EnableInput();
             throw;
         },
-        [&fail](const ZKUserAbort& abort) { fail(abort.what()); },
+        [&fail](const ZKUserAbort& abort)
+        {
+            ReportAbort();
+            fail(abort.what());
+        },
         [&fail](const std::exception& exception) { fail(exception.what()); },
         [&fail](UnknownFailure) { fail("<unknown failure>"); });
 }

@@ -20,12 +20,14 @@ enum EFunctionGroupType : std::int32_t
     FG_EXIT = 2,
 };
 
-/// Tells the host's runtime state, if one is attached, which phase a run is in. `ZKRunTimeException` for any other value.
+/// Tells the host's runtime state, if one is attached, which phase a run is in. `ZKRunTimeException` for any other
+/// value.
 ORVANTA_EXPORT void SetSuitePhase(EFunctionGroupType phase);
 
 /// The root of a suite's tree: owns the test library's wrapper and the suite's variables, and runs the initialisation
-/// group, the test groups in order, and the exit group, which runs even after a failure or the operator's abort. The host
-/// owns the root; the document it was built from outlives it.
+/// group, the test groups in order, and the exit group, which runs even after a failure or the operator's abort. The
+/// suite log is told of failed nodes and of the abort, so that it never calls such a run passed. The host owns the
+/// root; the document it was built from outlives it.
 class ORVANTA_EXPORT CTestSuiteNode : public CNode
 {
     Q_OBJECT
@@ -47,6 +49,8 @@ public:
     /// Refills a list from declarations and makes the suite's own variables current. Throws for a bad declaration, with
     /// no variables current.
     void ResetVariableList(const pugi::xml_node& variables, CVariableList& list);
+    /// The phase that the run under way, or the last one, has reached.
+    EFunctionGroupType Phase() const { return m_Phase; }
     /// Tells the host which mode the suite asks for, when it is not the host's.
     void EmitNodeSettings();
 
@@ -70,7 +74,6 @@ private:
         bool result = false;
         bool lastResult = false;
         std::optional<CSafeString> failure;
-        EFunctionGroupType phase = FG_INITIALIZATION;
     };
 
     CTestSuiteNode(const pugi::xml_node& root, std::unique_ptr<CLibWrapper> library);
@@ -84,6 +87,7 @@ private:
     void RunGroupsInOrder(bool stopOnFail, SRun& run);
     void RunExitPhase(SRun& run);
     void ReportLoadFailure() const;
+    void EnterPhase(EFunctionGroupType phase);
 
     const std::unique_ptr<CLibWrapper> m_Library;
     ETestSuiteMode m_Mode = MODE_NORMAL;
@@ -91,4 +95,5 @@ private:
     CVariableList m_SuiteVariables;
     CGroupNode* m_InitGroupNode = nullptr;
     CGroupNode* m_ExitGroupNode = nullptr;
+    EFunctionGroupType m_Phase = FG_INITIALIZATION;
 };

@@ -18,7 +18,8 @@ bool IsSeparator(QChar c)
 /// Length of a drive letter with its colon or of a server name behind two backslashes, 0 for neither.
 qsizetype RootNameLength(const QString& path)
 {
-    const bool hasDrive = path.size() >= 2 && path[0].unicode() < 128 && path[0].isLetter() && path[1] == QLatin1Char(':');
+    const bool hasDrive =
+        path.size() >= 2 && path[0].unicode() < 128 && path[0].isLetter() && path[1] == QLatin1Char(':');
     if (hasDrive)
     {
         return 2;

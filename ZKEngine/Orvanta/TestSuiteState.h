@@ -10,10 +10,10 @@
 class CTestSuiteNode;
 class QObject;
 
-/// One suite file as the host sees it: its path, the load decision, the parsed document and the root of its tree. The host
-/// owns it and the root; copies share the document. Usual order: construct with `CDOMDocTestSuite::ShouldLoad`,
-/// `Initialize`, `Activate`, `TestSuiteNode`, then any number of runs through `CCallTree`. After a `Reload` the root has to
-/// be built anew: the old one's elements are gone.
+/// One suite file as the host sees it: its path, the load decision, the parsed document and the root of its tree. The
+/// host owns it and the root; copies share the document. Usual order: construct with `CDOMDocTestSuite::ShouldLoad`,
+/// `Initialize`, `Activate`, `TestSuiteNode`, then any number of runs through `CCallTree`. After a `Reload` the root
+/// has to be built anew: the old one's elements are gone.
 class ORVANTA_EXPORT TestSuiteState
 {
 public:

@@ -174,9 +174,9 @@ QString CVariable::GetDiagnosticString(bool withAddress)
 {
     const CSafeString value = ValueText(*this);
     const char* type = TypeToTypeName(m_Type).c_str();
-    const CSafeString text =
-        withAddress ? FormatText("%s: %s, addr=%p", type, value.c_str(), static_cast<void*>(m_Value.data()))
-                    : FormatText("%s: %s", type, value.c_str());
+    const CSafeString text = withAddress
+        ? FormatText("%s: %s, addr=%p", type, value.c_str(), static_cast<void*>(m_Value.data()))
+        : FormatText("%s: %s", type, value.c_str());
     m_DiagnosticString = QString::fromUtf8(text.c_str());
     return m_DiagnosticString;
 }

@@ -33,9 +33,9 @@ ORVANTA_EXPORT const CSafeString& TypeToTypeName(EDataType type);
 /// Bytes that a value of the type takes: 1, 2, 4 or 8; 0 for anything that is no type.
 std::size_t DataTypeWidth(EDataType type);
 
-/// A suite's variable or constant: a type, a tag and one 64-bit slot, read and written through views of every width that
-/// all begin at the slot's first byte. Writing a narrow view leaves the other bytes alone. Test libraries write into the
-/// slot through pointers, so a variable must not move while it is in its list.
+/// A suite's variable or constant: a type, a tag and one 64-bit slot, read and written through views of every width
+/// that all begin at the slot's first byte. Writing a narrow view leaves the other bytes alone. Test libraries write
+/// into the slot through pointers, so a variable must not move while it is in its list.
 class ORVANTA_EXPORT CVariable
 {
 public:

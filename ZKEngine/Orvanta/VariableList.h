@@ -10,9 +10,9 @@
 #include <cstdint>
 #include <map>
 
-/// The variables and constants of one suite, by name (case-sensitive, ordered by UTF-16 code units). A value type: copies
-/// are deep. A reference to a variable or into its slot stays valid until `Clear`, an assignment or the list's end.
-/// Every error is a `CTestSuiteException`.
+/// The variables and constants of one suite, by name (case-sensitive, ordered by UTF-16 code units). A value type:
+/// copies are deep. A reference to a variable or into its slot stays valid until `Clear`, an assignment or the list's
+/// end. Every error is a `CTestSuiteException`, but for a type that is none (`ZKDOMDocException`).
 ///
 /// A value may be asked for by name or as a literal, and a literal wins over a variable of that name. A variable can be
 /// read or referenced as any type that is at least as wide as its own. A bad reference is a script error: thrown or
@@ -28,7 +28,8 @@ public:
     /// Add a constant or a variable; a name that exists already, or a null one, is an error.
     void AddDefine(EDataType type, const char* name, const char* value, const QString& config);
     void AddLocal(EDataType type, const char* name, const char* value, const QString& config);
-    /// Adds what an "x:Define" or "x:Local" element declares; false for every other element. The type is converted first.
+    /// Adds what an "x:Define" or "x:Local" element declares; false for every other element. The type is converted
+    /// first.
     bool AddDeclaration(const pugi::xml_node& declaration);
     void Clear() { m_Variables.clear(); }
 

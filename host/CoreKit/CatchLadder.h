@@ -26,6 +26,15 @@ struct TOverloads : Handlers...
     using Handlers::operator()...;
 };
 
+/// Whether the ladder can ever reach a handler.
+template <class Handler>
+inline constexpr bool IsRung = std::is_invocable_v<const Handler&, const std::bad_alloc&> ||
+    std::is_invocable_v<const Handler&, const XERCES_CPP_NAMESPACE::OutOfMemoryException&> ||
+    std::is_invocable_v<const Handler&, const ZKUserAbort&> ||
+    std::is_invocable_v<const Handler&, const std::ios_base::failure&> ||
+    std::is_invocable_v<const Handler&, const ZKException&> || std::is_invocable_v<const Handler&, OutOfMemory> ||
+    std::is_invocable_v<const Handler&, UnknownFailure>;
+
 template <class Result, class Overloads, class Exception>
 Result Handle(const Overloads& handlers, const Exception& exception)
 {
@@ -67,6 +76,8 @@ auto Guarded(Body&& body, Handlers&&... handlers) -> std::invoke_result_t<Body>
 {
     using Result = std::invoke_result_t<Body>;
     using namespace CatchLadderDetail;
+    static_assert((IsRung<std::decay_t<Handlers>> && ...),
+                  "a handler takes one of the ladder's types, by value or const&");
     const TOverloads<std::decay_t<Handlers>...> overloads{std::forward<Handlers>(handlers)...};
     try
     {

@@ -10,7 +10,8 @@
 /// returns a text the caller owns. A format that can't be carried out (an encoding error) throws `std::runtime_error`
 /// with "INTERNAL ERROR - std::vsprintf() failed.".
 COREKIT_EXPORT CSafeString FormatText(const char* format, ...) __attribute__((format(printf, 1, 2)));
-COREKIT_EXPORT CSafeString FormatTextV(const char* format, std::va_list arguments) __attribute__((format(printf, 1, 0)));
+COREKIT_EXPORT CSafeString FormatTextV(const char* format, std::va_list arguments)
+    __attribute__((format(printf, 1, 0)));
 
 /// The same, with `count` times the character `fill` before the text.
 COREKIT_EXPORT CSafeString FormatFilled(char fill, std::size_t count, const char* format, ...)

@@ -14,7 +14,7 @@ public:
     /// At least `size` writable bytes; what the buffer held before is kept. Invalidates earlier pointers.
     char* Get(std::size_t size);
 
-    /// The text written so far; always terminated, empty at first. Valid until the next `Get`.
+    /// The text written so far, as far as its writer terminated it; empty at first. Valid until the next `Get`.
     const char* Contents() const noexcept { return m_Bytes.data(); }
 
     /// How many bytes can be written without growing.

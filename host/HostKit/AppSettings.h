@@ -15,8 +15,8 @@ class HOSTKIT_EXPORT CAppSettings
 public:
     /// In memory only: nothing is read or written.
     CAppSettings();
-    /// Kept in the file at `path` (UTF-8), made on the first write. Throws `ZKRunTimeException`, naming path and reason,
-    /// when the file exists but cannot be read.
+    /// Kept in the file at `path` (UTF-8), made on the first write. Throws `ZKRunTimeException`, naming path and
+    /// reason, when the file exists but cannot be read.
     explicit CAppSettings(const std::string& path);
     virtual ~CAppSettings();
     CAppSettings(const CAppSettings&) = delete;

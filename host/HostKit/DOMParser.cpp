@@ -307,6 +307,11 @@ CDOMParser::CDOMParser(const QString& schema)
         ThrowFormatted<ZKDOMDocException>("The schema \"%s\" cannot be used: %s", schema.toUtf8().constData(),
                                           ToUtf8(exception.getMessage()).c_str());
     }
+    catch (const xerces::SAXException& exception)
+    {
+        ThrowFormatted<ZKDOMDocException>("The schema \"%s\" cannot be used: %s", schema.toUtf8().constData(),
+                                          ToUtf8(exception.getMessage()).c_str());
+    }
 }
 
 CDOMParser::~CDOMParser() = default;

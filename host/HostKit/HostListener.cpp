@@ -14,6 +14,8 @@ void CHostListener::OutputFlushed(bool /*complete*/) {}
 
 void CHostListener::HeadlineShown(std::string_view /*text*/, std::uint32_t /*emphasis*/) {}
 
+void CHostListener::PromptEnded(const SPrompt& /*prompt*/, const TPromptAnswer& /*answer*/) {}
+
 void CHostListener::OperatorAborted(std::string_view /*text*/) {}
 
 void CHostListeners::Add(CHostListener& listener)

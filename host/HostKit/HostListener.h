@@ -3,6 +3,7 @@
 #include <HostKit/FormatInfo.h>
 #include <HostKit/HostKitExport.h>
 #include <HostKit/LogTypes.h>
+#include <HostKit/Prompt.h>
 
 #include <cstdint>
 #include <functional>
@@ -33,6 +34,8 @@ public:
     virtual void TestLogAdded(std::string_view text, bool isTest, bool isSeparator);
     virtual void OutputFlushed(bool complete);
     virtual void HeadlineShown(std::string_view text, std::uint32_t emphasis);
+    /// A prompt has ended, by whatever way; called before an abort is thrown on.
+    virtual void PromptEnded(const SPrompt& prompt, const TPromptAnswer& answer);
     /// The operator aborted, by whatever way; called before `ZKUserAbort` is thrown.
     virtual void OperatorAborted(std::string_view text);
 };

@@ -14,7 +14,7 @@ void ShowHeadline(std::string_view text, EUIEmphasis emphasis)
 }
 } // namespace
 
-CScriptedUserInput::CScriptedUserInput(std::deque<TScriptedAnswer> answers)
+CScriptedUserInput::CScriptedUserInput(std::deque<SScriptedAnswer> answers)
     : m_Answers(std::move(answers))
 {
 }
@@ -28,21 +28,21 @@ EUIReturnCode CScriptedUserInput::ShowInfo(EUIMode /*mode*/, std::uint32_t /*tim
         ShowHeadline(text, emphasis);
         return Answered(false);
     }
-    const TScriptedAnswer answer = Next(text);
-    const auto* end = std::get_if<EScriptedEnd>(&answer);
+    const TPromptAnswer answer = Next(text);
+    const auto* end = std::get_if<EPromptEnd>(&answer);
     if (!end)
     {
         Refuse(text, "an information box takes \"ok\"");
     }
-    return *end == EScriptedEnd::Ok ? Answered(false) : EndWith(*end, text);
+    return *end == EPromptEnd::Ok ? Answered(false) : EndWith(*end, text);
 }
 
 EUIReturnCode CScriptedUserInput::BooleanChoice(EUIMode /*mode*/, std::uint32_t /*timeout*/, std::string_view text,
                                                 bool* answer, std::string_view /*yes*/, std::string_view /*no*/,
                                                 gui::EAbortBtn /*abortButton*/, std::string_view /*help*/)
 {
-    const TScriptedAnswer next = Next(text);
-    if (const auto* end = std::get_if<EScriptedEnd>(&next); end && *end != EScriptedEnd::Ok)
+    const TPromptAnswer next = Next(text);
+    if (const auto* end = std::get_if<EPromptEnd>(&next); end && *end != EPromptEnd::Ok)
     {
         return EndWith(*end, text);
     }
@@ -63,8 +63,8 @@ EUIReturnCode CScriptedUserInput::GetInteger(EUIMode /*mode*/, std::uint32_t /*t
                                              std::string_view /*title*/, std::string_view /*unit*/,
                                              gui::EAbortBtn /*abortButton*/, std::string_view /*help*/)
 {
-    const TScriptedAnswer next = Next(text);
-    if (const auto* end = std::get_if<EScriptedEnd>(&next); end && *end != EScriptedEnd::Ok)
+    const TPromptAnswer next = Next(text);
+    if (const auto* end = std::get_if<EPromptEnd>(&next); end && *end != EPromptEnd::Ok)
     {
         return EndWith(*end, text);
     }
@@ -82,7 +82,7 @@ EUIReturnCode CScriptedUserInput::GetInteger(EUIMode /*mode*/, std::uint32_t /*t
     return Answered(true);
 }
 
-TScriptedAnswer CScriptedUserInput::Next(std::string_view prompt)
+TPromptAnswer CScriptedUserInput::Next(std::string_view prompt)
 {
     m_Concluded = m_ReturnedResult = m_TimedOut = false;
     ++m_Taken;
@@ -90,19 +90,23 @@ TScriptedAnswer CScriptedUserInput::Next(std::string_view prompt)
     {
         Refuse(prompt, "the list has no further entry");
     }
-    const TScriptedAnswer answer = m_Answers.front();
+    const SScriptedAnswer entry = std::move(m_Answers.front());
     m_Answers.pop_front();
-    return answer;
+    if (entry.text && *entry.text != prompt)
+    {
+        Refuse(prompt, FormatText("the entry is for the prompt \"%s\"", entry.text->c_str()).c_str());
+    }
+    return entry.answer;
 }
 
-EUIReturnCode CScriptedUserInput::EndWith(EScriptedEnd end, std::string_view prompt)
+EUIReturnCode CScriptedUserInput::EndWith(EPromptEnd end, std::string_view prompt)
 {
-    if (end == EScriptedEnd::Abort)
+    if (end == EPromptEnd::Abort)
     {
         const CSafeString shown(prompt);
         RaiseUserAbort(FormatText("The operator aborted at the prompt \"%s\".", shown.c_str()));
     }
-    m_TimedOut = end == EScriptedEnd::TimeOut;
+    m_TimedOut = end == EPromptEnd::TimeOut;
     return m_TimedOut ? UI_TIMED_OUT : UI_CANCELLED;
 }
 

@@ -1,27 +1,38 @@
 #pragma once
 
+#include <HostKit/Prompt.h>
 #include <HostKit/UserInput.h>
 
 #include <deque>
-#include <variant>
+#include <optional>
+#include <string>
+#include <utility>
 
-/// What a listed answer says: a choice, a number, the information box's button, or how the dialog ends without one.
-enum class EScriptedEnd
+/// One entry of a list of answers.
+struct SScriptedAnswer
 {
-    Ok,
-    TimeOut,
-    Cancel,
-    Abort,
-};
-using TScriptedAnswer = std::variant<bool, std::uint64_t, EScriptedEnd>;
+    template <class Answer>
+    SScriptedAnswer(Answer value)
+        : answer(value)
+    {
+    }
+    SScriptedAnswer(TPromptAnswer value, std::optional<std::string> promptText)
+        : answer(value)
+        , text(std::move(promptText))
+    {
+    }
 
-/// Dialogs answered from a list, one entry a prompt in the order they come. An entry that does not fit its prompt, a
-/// number outside the bounds or an exhausted list aborts the run with a message that names prompt and entry. Headlines
-/// (boxes shown while no suite is executing) take no entry.
+    TPromptAnswer answer;
+    std::optional<std::string> text; ///< what the prompt's text must be, when given
+};
+
+/// Dialogs answered from a list, one entry a prompt in the order they come. An entry that does not fit its prompt or
+/// its text, a number outside the bounds or an exhausted list aborts the run with a message that names prompt and
+/// entry. Headlines (boxes shown while no suite is executing) take no entry.
 class HOSTKIT_EXPORT CScriptedUserInput : public CUserInput
 {
 public:
-    explicit CScriptedUserInput(std::deque<TScriptedAnswer> answers = {});
+    explicit CScriptedUserInput(std::deque<SScriptedAnswer> answers = {});
 
     EUIReturnCode ShowInfo(EUIMode mode, std::uint32_t timeout, std::string_view text, bool wait,
                            std::string_view button, EUIEmphasis emphasis, gui::EAbortBtn abortButton,
@@ -39,12 +50,12 @@ public:
     bool TimedOut() const override { return m_TimedOut; }
 
 private:
-    TScriptedAnswer Next(std::string_view prompt);
-    EUIReturnCode EndWith(EScriptedEnd end, std::string_view prompt);
+    TPromptAnswer Next(std::string_view prompt);
+    EUIReturnCode EndWith(EPromptEnd end, std::string_view prompt);
     EUIReturnCode Answered(bool withResult);
     [[noreturn]] void Refuse(std::string_view prompt, const char* reason) const;
 
-    std::deque<TScriptedAnswer> m_Answers;
+    std::deque<SScriptedAnswer> m_Answers;
     std::size_t m_Taken = 0;
     bool m_Concluded = false;
     bool m_ReturnedResult = false;

@@ -20,6 +20,6 @@ private:
     static_assert(std::atomic<bool>::is_always_lock_free);
 };
 
-/// Marks the running suite as aborted by the operator, tells the listeners and throws `ZKUserAbort` with the text. Every
-/// operator's abort begins here.
+/// Marks the running suite as aborted by the operator, tells the listeners and throws `ZKUserAbort` with the text.
+/// Every operator's abort begins here.
 [[noreturn]] HOSTKIT_EXPORT void RaiseUserAbort(std::string_view text);

@@ -41,8 +41,9 @@ enum EUIReturnCode : std::uint32_t
 /// A time-out in seconds; this value means none.
 inline constexpr std::uint32_t UI_NO_TIMEOUT = 0xFFFFFFFF;
 
-/// The operator's dialogs. Each call blocks until the operator answers, the time-out passes or the dialog is closed; the
-/// operator's abort leaves it as `ZKUserAbort`. Derive from it to draw dialogs of your own. Owned by the host.
+/// The operator's dialogs. Each call blocks until the operator answers, the time-out passes or the dialog is closed;
+/// the operator's abort leaves it through `RaiseUserAbort`. Derive from it to draw dialogs of your own. Owned by the
+/// host.
 class HOSTKIT_EXPORT CUserInput
 {
 public:
@@ -52,7 +53,8 @@ public:
                                    std::string_view button, EUIEmphasis emphasis, gui::EAbortBtn abortButton,
                                    std::string_view help) = 0;
 
-    /// Asks a yes/no question; an answer is stored through `answer` as 1 (yes) or 0. On entry the slot may hold any byte.
+    /// Asks a yes/no question; an answer is stored through `answer` as 1 (yes) or 0. On entry the slot may hold any
+    /// byte.
     virtual EUIReturnCode BooleanChoice(EUIMode mode, std::uint32_t timeout, std::string_view text, bool* answer,
                                         std::string_view yes, std::string_view no, gui::EAbortBtn abortButton,
                                         std::string_view help) = 0;

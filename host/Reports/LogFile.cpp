@@ -1,0 +1,64 @@
+#include <Reports/LogFile.h>
+
+#include <CoreKit/Format.h>
+#include <CoreKit/Time.h>
+
+#include <chrono>
+
+namespace
+{
+const char* StatusName(TEST_STATUS status)
+{
+    return (status & TS_ERROR) != 0 ? "ERROR" : (status & TS_FAILED) != 0 ? "FAILED" : "-";
+}
+} // namespace
+
+CLogFile::CLogFile(const std::string& path)
+    : m_File(path)
+{
+}
+
+void CLogFile::LogWritten(const SLogEntry& entry)
+{
+    Write(entry.level, StatusName(entry.type.status), entry.text);
+}
+
+void CLogFile::Printed(ELogLevel level, bool, std::string_view text)
+{
+    Write(level, "print", text);
+}
+
+void CLogFile::TestLogAdded(std::string_view text, bool isTest, bool isSeparator)
+{
+    Write(LL_ALWAYS, isTest ? "test" : isSeparator ? "part" : "step", text);
+}
+
+void CLogFile::HeadlineShown(std::string_view text, std::uint32_t)
+{
+    Write(LL_ALWAYS, "result", text);
+}
+
+void CLogFile::OperatorAborted(std::string_view text)
+{
+    Write(LL_ALWAYS, "abort", text);
+}
+
+void CLogFile::Write(ELogLevel level, const char* kind, std::string_view text)
+{
+    while (!text.empty() && text.back() == '\n')
+    {
+        text.remove_suffix(1);
+    }
+    const CSafeString time = MakeUtcTimeString(std::chrono::system_clock::now());
+    std::string line(FormatText("%s %u %-6s ", time.c_str(), static_cast<unsigned>(level), kind));
+    const std::string indent(line.size(), ' ');
+    for (const char c : text)
+    {
+        line += c;
+        if (c == '\n')
+        {
+            line += indent;
+        }
+    }
+    m_File.Append(line += '\n');
+}

@@ -1,0 +1,151 @@
+#include <Reports/RunRecord.h>
+
+#include <CoreKit/Time.h>
+#include <Orvanta/Version.h>
+
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <optional>
+
+using TJson = nlohmann::ordered_json;
+
+namespace
+{
+constexpr int RECORD_VERSION = 1;
+
+TJson Event(const char* name)
+{
+    return {{"event", name}, {"time", MakeUtcTimeString(std::chrono::system_clock::now()).c_str()}};
+}
+
+void Append(CLineFile& file, const TJson& event)
+{
+    file.Append(event.dump(-1, ' ', false, TJson::error_handler_t::replace) + '\n');
+}
+
+TJson ColorOf(const std::optional<ZKColor>& color)
+{
+    return color ? TJson::array({color->red, color->green, color->blue, color->alpha}) : TJson();
+}
+
+TJson FormatOf(const CFormatInfo* format)
+{
+    if (!format)
+    {
+        return nullptr;
+    }
+    return {{"color", ColorOf(format->Color())},
+            {"background", ColorOf(format->BackColor())},
+            {"strength", format->Strength()},
+            {"italic", format->Italics()},
+            {"underline", format->Underline()}};
+}
+
+const char* StateName(ERunState state)
+{
+    switch (state)
+    {
+    case RS_EXECUTING:
+        return "executing";
+    case RS_PASSED:
+        return "passed";
+    case RS_FAILED:
+        return "failed";
+    default:
+        return "not run";
+    }
+}
+
+std::string EngineVersion()
+{
+    return std::to_string(GetVersionMajor()) + '.' + std::to_string(GetVersionMinor()) + '.' +
+        std::to_string(GetVersionPatch());
+}
+} // namespace
+
+CRunRecord::CRunRecord(const std::string& path)
+    : m_File(path)
+{
+    TJson event = Event("record");
+    event["version"] = RECORD_VERSION;
+    event["engine"] = EngineVersion();
+    Append(m_File, event);
+}
+
+void CRunRecord::RunStarted(const SRunStart& start)
+{
+    TJson event = Event("run-start");
+    event["suite"] = start.suite;
+    event["file"] = start.file;
+    event["library"] = start.library;
+    event["executionType"] = start.executionType;
+    event["mode"] = start.mode;
+    Append(m_File, event);
+}
+
+void CRunRecord::RunEnded(const SRunEnd& end)
+{
+    TJson event = Event("run-end");
+    event["status"] = static_cast<std::uint32_t>(end.status);
+    event["result"] = end.result;
+    event["reportName"] = end.reportName;
+    event["passed"] = end.passed;
+    event["executed"] = end.counters.ExecCount;
+    event["failedExecutions"] = end.counters.FailedExecCount;
+    event["tests"] = end.counters.RunCount;
+    event["passes"] = end.counters.PassCount;
+    event["warnings"] = end.counters.WarningCount;
+    event["aborts"] = end.counters.AbortCount;
+    event["failures"] = end.counters.FailCount;
+    Append(m_File, event);
+}
+
+void CRunRecord::NodeStateChanged(const SNodeInfo& node, ERunState state)
+{
+    TJson event = Event("state");
+    event["path"] = node.path;
+    event["element"] = node.element;
+    event["name"] = node.name;
+    event["label"] = node.label;
+    event["line"] = node.line;
+    event["state"] = StateName(state);
+    Append(m_File, event);
+}
+
+void CRunRecord::LogWritten(const SLogEntry& entry)
+{
+    TJson event = Event("log");
+    event["status"] = static_cast<std::uint32_t>(entry.type.status);
+    event["second"] = entry.type.second;
+    event["level"] = static_cast<std::uint32_t>(entry.level);
+    event["format"] = FormatOf(entry.format);
+    event["text"] = entry.text;
+    Append(m_File, event);
+}
+
+void CRunRecord::Printed(ELogLevel level, bool line, std::string_view text)
+{
+    TJson event = Event("print");
+    event["level"] = static_cast<std::uint32_t>(level);
+    event["line"] = line;
+    event["text"] = text;
+    Append(m_File, event);
+}
+
+void CRunRecord::TestLogAdded(std::string_view text, bool isTest, bool isSeparator)
+{
+    TJson event = Event("test-log");
+    event["text"] = text;
+    event["test"] = isTest;
+    event["separator"] = isSeparator;
+    Append(m_File, event);
+}
+
+void CRunRecord::HeadlineShown(std::string_view text, std::uint32_t emphasis)
+{
+    TJson event = Event("headline");
+    event["text"] = text;
+    event["emphasis"] = emphasis;
+    Append(m_File, event);
+}
