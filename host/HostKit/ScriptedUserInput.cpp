@@ -6,14 +6,6 @@
 #include <cstring>
 #include <utility>
 
-namespace
-{
-void ShowHeadline(std::string_view text, EUIEmphasis emphasis)
-{
-    CAppState::Services().Listeners.ForEach([&](CHostListener& listener) { listener.HeadlineShown(text, emphasis); });
-}
-} // namespace
-
 CScriptedUserInput::CScriptedUserInput(std::deque<SScriptedAnswer> answers)
     : m_Answers(std::move(answers))
 {
@@ -23,10 +15,9 @@ EUIReturnCode CScriptedUserInput::ShowInfo(EUIMode /*mode*/, std::uint32_t /*tim
                                            bool /*wait*/, std::string_view /*button*/, EUIEmphasis emphasis,
                                            gui::EAbortBtn /*abortButton*/, std::string_view /*help*/)
 {
-    if (!CAppState::Services().TestSuiteExecuting)
+    if (IsHeadline())
     {
-        ShowHeadline(text, emphasis);
-        return Answered(false);
+        return PassOnHeadline(text, emphasis);
     }
     const TPromptAnswer answer = Next(text);
     const auto* end = std::get_if<EPromptEnd>(&answer);
@@ -84,8 +75,13 @@ EUIReturnCode CScriptedUserInput::GetInteger(EUIMode /*mode*/, std::uint32_t /*t
 
 TPromptAnswer CScriptedUserInput::Next(std::string_view prompt)
 {
-    m_Concluded = m_ReturnedResult = m_TimedOut = false;
+    Begin();
     ++m_Taken;
+    if (m_Answers.empty() && !m_WhenExhausted.empty())
+    {
+        const CSafeString shown(prompt);
+        RaiseUserAbort(FormatText("The prompt \"%s\" cannot be answered: %s.", shown.c_str(), m_WhenExhausted.c_str()));
+    }
     if (m_Answers.empty())
     {
         Refuse(prompt, "the list has no further entry");
@@ -106,16 +102,7 @@ EUIReturnCode CScriptedUserInput::EndWith(EPromptEnd end, std::string_view promp
         const CSafeString shown(prompt);
         RaiseUserAbort(FormatText("The operator aborted at the prompt \"%s\".", shown.c_str()));
     }
-    m_TimedOut = end == EPromptEnd::TimeOut;
-    return m_TimedOut ? UI_TIMED_OUT : UI_CANCELLED;
-}
-
-EUIReturnCode CScriptedUserInput::Answered(bool withResult)
-{
-    m_Concluded = true;
-    m_ReturnedResult = withResult;
-    m_TimedOut = false;
-    return UI_ANSWERED;
+    return end == EPromptEnd::TimeOut ? EndedByTimeout() : Closed();
 }
 
 void CScriptedUserInput::Refuse(std::string_view prompt, const char* reason) const

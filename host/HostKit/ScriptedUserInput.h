@@ -45,19 +45,15 @@ public:
                              std::uint64_t min, std::string_view title, std::string_view unit,
                              gui::EAbortBtn abortButton, std::string_view help) override;
 
-    bool Concluded() const override { return m_Concluded; }
-    bool ReturnedResult() const override { return m_ReturnedResult; }
-    bool TimedOut() const override { return m_TimedOut; }
+    /// What an abort says when the list is exhausted, instead of naming the missing entry.
+    void WhenExhausted(const std::string& reason) { m_WhenExhausted = reason; }
 
 private:
     TPromptAnswer Next(std::string_view prompt);
     EUIReturnCode EndWith(EPromptEnd end, std::string_view prompt);
-    EUIReturnCode Answered(bool withResult);
     [[noreturn]] void Refuse(std::string_view prompt, const char* reason) const;
 
     std::deque<SScriptedAnswer> m_Answers;
     std::size_t m_Taken = 0;
-    bool m_Concluded = false;
-    bool m_ReturnedResult = false;
-    bool m_TimedOut = false;
+    std::string m_WhenExhausted;
 };

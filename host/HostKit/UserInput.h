@@ -68,12 +68,29 @@ public:
 
     /// How the last dialog ended. After an answer: concluded and, but for the information box, a result; after a
     /// time-out: timed out alone; after a close without an answer: none of the three.
-    virtual bool Concluded() const = 0;
-    virtual bool ReturnedResult() const = 0;
-    virtual bool TimedOut() const = 0;
+    virtual bool Concluded() const { return m_Concluded; }
+    virtual bool ReturnedResult() const { return m_ReturnedResult; }
+    virtual bool TimedOut() const { return m_TimedOut; }
 
     /// The run is at a point where the operator's input may be enabled again.
     virtual void EnableInput();
     /// A test function has ended.
     virtual void FunctionFinished();
+
+protected:
+    /// Whether a box shown now is a run's closing headline and no prompt of a suite.
+    static bool IsHeadline();
+    /// Tells the listeners of a headline, which no dialog has to show then.
+    EUIReturnCode PassOnHeadline(std::string_view text, EUIEmphasis emphasis);
+
+    /// Every dialog begins with the first and ends with one of the others, which give what it returns.
+    void Begin();
+    EUIReturnCode Answered(bool withResult);
+    EUIReturnCode EndedByTimeout();
+    EUIReturnCode Closed();
+
+private:
+    bool m_Concluded = false;
+    bool m_ReturnedResult = false;
+    bool m_TimedOut = false;
 };

@@ -1,12 +1,9 @@
 #include <Reports/RunMonitor.h>
 
-#include <HostKit/TestSuiteLog.h>
-
 #include <utility>
 
-CRunMonitor::CRunMonitor(std::vector<SDescribedNode> nodes, CTestSuiteLog& suiteLog)
+CRunMonitor::CRunMonitor(std::vector<SDescribedNode> nodes)
     : m_Nodes(std::move(nodes))
-    , m_SuiteLog(suiteLog)
 {
     for (const SDescribedNode& described : m_Nodes)
     {
@@ -18,10 +15,6 @@ CRunMonitor::CRunMonitor(std::vector<SDescribedNode> nodes, CTestSuiteLog& suite
 
 void CRunMonitor::StateChanged(const SNodeInfo& node, ERunState state)
 {
-    if (state == RS_FAILED)
-    {
-        m_SuiteLog.NodeFailed();
-    }
     for (CNodeStateListener* listener : m_Listeners)
     {
         listener->NodeStateChanged(node, state);

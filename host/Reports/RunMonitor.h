@@ -7,15 +7,13 @@
 
 #include <vector>
 
-class CTestSuiteLog;
-
-/// Follows the run states of a tree: tells its listeners, in the order in which they were added, and the suite log when
-/// a node ended in the failed state. Owned by the host; it goes before the tree, the log and the listeners do.
+/// Follows the run states of a tree and tells its listeners, in the order in which they were added. Owned by the host;
+/// it goes before the tree and the listeners do.
 class REPORTS_EXPORT CRunMonitor
 {
 public:
     /// `nodes` are those of the tree, from `DescribeTree`.
-    CRunMonitor(std::vector<SDescribedNode> nodes, CTestSuiteLog& suiteLog);
+    explicit CRunMonitor(std::vector<SDescribedNode> nodes);
     CRunMonitor(const CRunMonitor&) = delete;
     CRunMonitor& operator=(const CRunMonitor&) = delete;
 
@@ -25,7 +23,6 @@ private:
     void StateChanged(const SNodeInfo& node, ERunState state);
 
     std::vector<SDescribedNode> m_Nodes;
-    CTestSuiteLog& m_SuiteLog;
     std::vector<CNodeStateListener*> m_Listeners;
     QObject m_Connections; ///< the last member, so that its end disconnects first
 };

@@ -1,3 +1,4 @@
+#include <Reports/PromptJson.h>
 #include <Reports/RunRecord.h>
 
 #include <CoreKit/Time.h>
@@ -139,6 +140,33 @@ void CRunRecord::TestLogAdded(std::string_view text, bool isTest, bool isSeparat
     event["text"] = text;
     event["test"] = isTest;
     event["separator"] = isSeparator;
+    Append(m_File, event);
+}
+
+void CRunRecord::PromptEnded(const SPrompt& prompt, const TPromptAnswer& answer)
+{
+    TJson event = Event("prompt");
+    switch (prompt.kind)
+    {
+    case EPromptKind::Boolean:
+        event.update({{"kind", "boolean"}, {"text", prompt.text}, {"yes", prompt.yes}, {"no", prompt.no}});
+        break;
+    case EPromptKind::Info:
+        event.update({{"kind", "info"}, {"text", prompt.text}, {"button", prompt.button}});
+        break;
+    case EPromptKind::Integer:
+        event.update({{"kind", "integer"},
+                      {"text", prompt.text},
+                      {"label", prompt.label},
+                      {"base", static_cast<std::uint32_t>(prompt.base)},
+                      {"initialize", prompt.initialize},
+                      {"initial", prompt.initial},
+                      {"min", prompt.min},
+                      {"max", prompt.max}});
+        break;
+    }
+    event["timeout"] = prompt.timeout == UI_NO_TIMEOUT ? TJson() : TJson(prompt.timeout);
+    event["answer"] = AnswerJson(answer);
     Append(m_File, event);
 }
 

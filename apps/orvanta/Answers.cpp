@@ -1,0 +1,155 @@
+#include "Answers.h"
+
+#include <CoreKit/Exceptions.h>
+#include <Reports/PromptJson.h>
+
+#include <QFile>
+#include <QSaveFile>
+#include <QString>
+
+#include <nlohmann/json.hpp>
+
+#include <optional>
+#include <utility>
+
+using TJson = nlohmann::ordered_json;
+
+namespace
+{
+std::optional<TPromptAnswer> AnswerOf(const TJson& value)
+{
+    static const std::pair<const char*, EPromptEnd> WORDS[] = {{"ok", EPromptEnd::Ok},
+                                                               {"timeout", EPromptEnd::TimeOut},
+                                                               {"cancel", EPromptEnd::Cancel},
+                                                               {"abort", EPromptEnd::Abort}};
+    if (value.is_boolean())
+    {
+        return value.get<bool>();
+    }
+    if (value.is_number_unsigned())
+    {
+        return value.get<std::uint64_t>();
+    }
+    if (!value.is_string())
+    {
+        return std::nullopt;
+    }
+    const std::string text = value.get<std::string>();
+    for (const auto& [word, end] : WORDS)
+    {
+        if (text == word)
+        {
+            return end;
+        }
+    }
+    bool isNumber = false;
+    const std::uint64_t number = QString::fromStdString(text).trimmed().toULongLong(&isNumber, 0);
+    return isNumber ? std::optional<TPromptAnswer>(number) : std::nullopt;
+}
+
+SScriptedAnswer EntryOf(const TJson& entry)
+{
+    if (!entry.is_object() || !entry.contains("answer"))
+    {
+        throw ZKRunTimeException("it is no object with an \"answer\"");
+    }
+    for (const auto& [key, value] : entry.items())
+    {
+        if (key != "answer" && key != "text")
+        {
+            throw ZKRunTimeException("it has the unknown key \"" + key + "\"");
+        }
+    }
+    const std::optional<TPromptAnswer> answer = AnswerOf(entry["answer"]);
+    if (!answer)
+    {
+        throw ZKRunTimeException(
+            "its answer is none of true, false, a number from 0 to 2^64 - 1 (also as a text such as "
+            "\"0x12C\"), \"ok\", \"timeout\", \"cancel\", \"abort\"");
+    }
+    if (!entry.contains("text"))
+    {
+        return {*answer, std::nullopt};
+    }
+    if (!entry["text"].is_string())
+    {
+        throw ZKRunTimeException("its \"text\" is no text");
+    }
+    return {*answer, entry["text"].get<std::string>()};
+}
+
+TJson ReadJson(const std::string& path)
+{
+    QFile file(QFile::decodeName(path.c_str()));
+    if (!file.open(QIODevice::ReadOnly))
+    {
+        ThrowFormatted<ZKRunTimeException>("%s: the answers cannot be read: %s", path.c_str(),
+                                           qUtf8Printable(file.errorString()));
+    }
+    const QByteArray bytes = file.readAll();
+    try
+    {
+        return TJson::parse(bytes.begin(), bytes.end());
+    }
+    catch (const TJson::exception& exception)
+    {
+        ThrowFormatted<ZKRunTimeException>("%s: the answers are not valid JSON: %s", path.c_str(), exception.what());
+    }
+}
+} // namespace
+
+std::deque<SScriptedAnswer> ReadAnswers(const std::string& path)
+{
+    const TJson list = ReadJson(path);
+    if (!list.is_array())
+    {
+        ThrowFormatted<ZKRunTimeException>("%s: the answers are no JSON array", path.c_str());
+    }
+    std::deque<SScriptedAnswer> answers;
+    for (const TJson& entry : list)
+    {
+        try
+        {
+            answers.push_back(EntryOf(entry));
+        }
+        catch (const ZKRunTimeException& exception)
+        {
+            ThrowFormatted<ZKRunTimeException>("%s: entry %zu of the answers: %s", path.c_str(), answers.size() + 1,
+                                               exception.what());
+        }
+    }
+    return answers;
+}
+
+CSavedAnswers::CSavedAnswers(const std::string& path)
+    : m_Path(path)
+{
+    Write();
+    if (!m_WriteError.empty())
+    {
+        throw ZKRunTimeException(m_WriteError);
+    }
+}
+
+void CSavedAnswers::PromptEnded(const SPrompt& prompt, const TPromptAnswer& answer)
+{
+    TJson entry = {{"text", prompt.text}, {"answer", AnswerJson(answer)}};
+    m_Entries.push_back(entry.dump(-1, ' ', false, TJson::error_handler_t::replace));
+    Write();
+}
+
+void CSavedAnswers::Write()
+{
+    QSaveFile file(QFile::decodeName(m_Path.c_str()));
+    std::string text = "[";
+    for (const std::string& entry : m_Entries)
+    {
+        text += (text.size() > 1 ? ",\n  " : "\n  ") + entry;
+    }
+    text += m_Entries.empty() ? "]\n" : "\n]\n";
+    if (!file.open(QIODevice::WriteOnly) || file.write(text.data(), static_cast<qint64>(text.size())) < 0 ||
+        !file.commit())
+    {
+        m_WriteError = m_Path + ": the answers cannot be written: " + file.errorString().toStdString();
+    }
+}

@@ -1,0 +1,84 @@
+#include "HostSession.h"
+
+#include <CoreKit/Exceptions.h>
+
+#include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+namespace
+{
+std::string SettingsPath(const SOptions& options)
+{
+    return options.settings ? *options.settings
+                            : (QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+                               QStringLiteral("/orvanta/settings.ini"))
+                                  .toStdString();
+}
+
+std::string KnownFilters(const CTestSuiteFilters& filters)
+{
+    std::string names;
+    for (int i = 0; const CFilter* filter = filters.Filter(i); ++i)
+    {
+        names += (names.empty() ? "" : ", ") + filter->Name().toStdString();
+    }
+    return names.empty() ? "the settings declare no filters" : "known filters: " + names;
+}
+
+int FindFilter(const SOptions& options, const CAppSettings& settings, const CTestSuiteFilters& filters)
+{
+    const std::string name = options.filter ? *options.filter : settings.SectionValue("filters", "current");
+    const int index = filters.IndexOf(QString::fromStdString(name));
+    if (index < 0 && (options.filter || !name.empty()))
+    {
+        ThrowFormatted<ZKRunTimeException>("unknown filter '%s'%s; %s", name.c_str(),
+                                           options.filter ? "" : " (the current one of the settings)",
+                                           KnownFilters(filters).c_str());
+    }
+    return index;
+}
+
+std::string Absolute(const std::string& folder)
+{
+    return QFileInfo(QFile::decodeName(folder.c_str())).absoluteFilePath().toStdString();
+}
+} // namespace
+
+CHostConfiguration::CHostConfiguration(const SOptions& options)
+    : Settings(SettingsPath(options))
+{
+    Filters.ReadFilters(Settings);
+    CurrentFilter = FindFilter(options, Settings, Filters.TestSuiteFilters());
+    if (options.product)
+    {
+        Settings.Override("TestScriptLabel", *options.product, 0);
+    }
+}
+
+CHostSession::CHostSession(const SOptions& options, CHostConfiguration& configuration, CUserInput& input,
+                           const std::string& suite)
+    : m_Configuration(configuration)
+    , m_Installed(Services)
+{
+    Services.Log = &Log;
+    Services.UserInput = &input;
+    Services.TestSuiteLog = &SuiteLog;
+    Services.AppSettings = &configuration.Settings;
+    Services.CustomConfiguration = &configuration.Filters;
+    Services.Parser = configuration.Parser;
+    Services.CurrentFilter = configuration.CurrentFilter;
+    Services.ExecutionType = options.executionType;
+    Services.TestSuiteMode = options.debug ? MODE_DEBUG : MODE_NORMAL;
+    Services.LogVerbosity = options.logLevel;
+    Services.LibraryPath.push_back(QFileInfo(QFile::decodeName(suite.c_str())).absolutePath().toStdString());
+    for (const std::string& folder : options.libraryPath)
+    {
+        Services.LibraryPath.push_back(Absolute(folder));
+    }
+}
+
+CHostSession::~CHostSession()
+{
+    m_Configuration.Parser = Services.Parser;
+}

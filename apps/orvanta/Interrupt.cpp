@@ -1,0 +1,88 @@
+#include "Interrupt.h"
+
+#include <HostKit/AppState.h>
+#include <HostKit/TestSuiteLog.h>
+#include <HostKit/UIUpdate.h>
+#include <Orvanta/CallTree.h>
+#include <Orvanta/TestSuiteNode.h>
+
+#include <atomic>
+#include <csignal>
+#include <utility>
+
+namespace
+{
+constexpr int LAST_REQUEST = 3;
+
+std::atomic<CUIUpdate*> g_Update = nullptr;
+std::atomic<int> g_Requests = 0;
+static_assert(std::atomic<CUIUpdate*>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
+
+extern "C" void RequestAbort(int signal)
+{
+    if (++g_Requests >= LAST_REQUEST)
+    {
+        std::signal(signal, SIG_DFL);
+        std::raise(signal);
+        return;
+    }
+    if (CUIUpdate* update = g_Update.load())
+    {
+        update->AbortFunction(true);
+    }
+    CCallTree::Cancel(true);
+}
+
+void Handle(void (*handler)(int))
+{
+    struct sigaction action
+    {
+    };
+    action.sa_handler = handler;
+    sigemptyset(&action.sa_mask);
+    // Test functions may be in the middle of a system call; they need not know of the request.
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGINT, &action, nullptr);
+}
+} // namespace
+
+CInterrupt::CInterrupt(CTestSuiteLog& suiteLog, const CTestSuiteNode& root)
+    : m_SuiteLog(suiteLog)
+    , m_Root(root)
+{
+    QObject::connect(&root, &CTestSuiteNode::UpdateTestSuiteState, &m_Connections,
+                     [this](ERunState) { m_StateChanged = true; });
+    g_Requests = 0;
+    g_Update = &CAppState::Services().UIUpdate;
+    Handle(RequestAbort);
+}
+
+CInterrupt::~CInterrupt()
+{
+    Handle(SIG_DFL);
+    g_Update = nullptr;
+}
+
+bool CInterrupt::Happened()
+{
+    return g_Requests > 0;
+}
+
+void CInterrupt::OutputFlushed(bool complete)
+{
+    const int requests = g_Requests;
+    if (requests > 0)
+    {
+        m_SuiteLog.OperatorAborted();
+    }
+    if (complete || std::exchange(m_StateChanged, false) || !CAppState::Services().TestSuiteExecuting)
+    {
+        return;
+    }
+    const bool sparesExitGroup = m_Root.Phase() == FG_EXIT && requests == 1;
+    if (requests > m_Raised && !sparesExitGroup)
+    {
+        m_Raised = requests;
+        RaiseUserAbort("Interrupted by the operator.");
+    }
+}

@@ -1,0 +1,304 @@
+#include "Options.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <memory>
+
+namespace
+{
+struct SCommand
+{
+    ECommand command;
+    const char* name;
+    const char* usage;
+    const char* description;
+};
+
+constexpr std::array COMMANDS{
+    SCommand{ECommand::Run, "run", "orvanta run [options] SUITE...", "Run suites, one after the other"},
+    SCommand{ECommand::List, "list", "orvanta list [options] SUITE...", "List the nodes of suites"},
+    SCommand{ECommand::Schema, "schema", "orvanta schema", "Print the XML schema of suites, for editors"},
+    SCommand{ECommand::None, "help", "orvanta help [COMMAND]", "Explain a command"},
+};
+
+constexpr const char* GENERAL_USAGE = "orvanta COMMAND [options] [SUITE...]";
+
+constexpr const char* EXIT_CODES = R"(Exit codes:
+  0  every suite passed or completed
+  1  a test failed, a node ended failed, or the run reported a failure
+  2  the operator aborted
+  3  an unexpected error ended a run
+  4  wrong usage: unknown command or option, unreadable settings or answers
+     file, unwritable output
+  5  nothing ran: the selection matched no node
+  6  a suite was not loaded: unreadable, invalid, not for this product or filter
+  7  another run holds the execution lock
+Of several suites' codes the first of 3, 2, 7, 6, 5, 1 that occurred counts.)";
+
+const SCommand* FindCommand(std::string_view name)
+{
+    const auto found =
+        std::find_if(COMMANDS.begin(), COMMANDS.end(), [&](const SCommand& command) { return command.name == name; });
+    return found == COMMANDS.end() ? nullptr : &*found;
+}
+
+const char* UsageOf(ECommand command)
+{
+    const auto found = std::find_if(COMMANDS.begin(), COMMANDS.end(),
+                                    [&](const SCommand& candidate)
+                                    { return candidate.command == command && command != ECommand::None; });
+    return found == COMMANDS.end() ? GENERAL_USAGE : found->usage;
+}
+
+/// Help in the house's words: the usage line of the commands' table in place of a generated one.
+class CHelpFormatter : public CLI::Formatter
+{
+public:
+    CHelpFormatter()
+    {
+        column_width(27);
+        label("Positionals", "Arguments");
+    }
+
+    std::string make_usage(const CLI::App* app, std::string) const override
+    {
+        const SCommand* command = FindCommand(app->get_name());
+        return std::string("Usage: ") + (command ? command->usage : GENERAL_USAGE) + '\n';
+    }
+
+    std::string make_option_opts(const CLI::Option* option) const override
+    {
+        return option->get_type_size() == 0 || option->get_type_name().empty() ? "" : ' ' + option->get_type_name();
+    }
+};
+
+/// The command line as the parser knows it; fills the options it was made with. Lives as long as the parsing.
+class CCommandLine
+{
+public:
+    explicit CCommandLine(SOptions& options);
+
+    /// Throws `CLI::ParseError`, also when only help or the version was asked for.
+    void Parse(int argc, const char* const* argv);
+
+    CLI::App& App() { return m_App; }
+
+private:
+    CLI::App* AddCommand(const char* name);
+    void AddSuiteOptions(CLI::App& app);
+    void AddRunOptions(CLI::App& app);
+    void AddVerbosity(CLI::App& app);
+    static CLI::Option* AddText(CLI::App& app, const char* name, std::optional<std::string>& target, const char* type,
+                                const char* description);
+    static void AddPattern(CLI::App& app, const char* name, const std::string& description);
+    void CollectSelections();
+    static void AddWhen(CLI::App& app, const char* name, EWhen& target, const char* description);
+    void ShowHelp();
+
+    SOptions& m_Options;
+    CLI::App m_App{"Orvanta runs compliance test suites.", "orvanta"};
+    std::string m_HelpTopic;
+};
+
+CCommandLine::CCommandLine(SOptions& options)
+    : m_Options(options)
+{
+    m_App.formatter(std::make_shared<CHelpFormatter>());
+    m_App.set_help_flag("-h,--help", "Show this help");
+    m_App.set_version_flag("--version", "orvanta " ORVANTA_VERSION, "Show the version");
+    m_App.require_subcommand(0, 1);
+
+    CLI::App& run = *AddCommand("run");
+    AddSuiteOptions(run);
+    AddRunOptions(run);
+    run.footer(EXIT_CODES);
+
+    CLI::App& list = *AddCommand("list");
+    AddSuiteOptions(list);
+    list.add_flag("--json", m_Options.json, "Write JSON, for programs");
+
+    AddCommand("schema");
+    AddCommand("help")->add_option("COMMAND", m_HelpTopic, "The command to explain");
+}
+
+CLI::App* CCommandLine::AddCommand(const char* name)
+{
+    const SCommand& command = *FindCommand(name);
+    CLI::App* app = m_App.add_subcommand(command.name, command.description);
+    app->group("Commands");
+    app->callback([this, kind = command.command] { m_Options.command = kind; });
+    return app;
+}
+
+void CCommandLine::AddSuiteOptions(CLI::App& app)
+{
+    app.add_option("SUITE", m_Options.suites, "Suite files")->required()->type_name("");
+    app.add_option("-L,--library-path", m_Options.libraryPath,
+                   "Look for test libraries here too, after the\nsuite's own folder; repeatable")
+        ->allow_extra_args(false)
+        ->type_name("DIR");
+    AddPattern(
+        app, "-t,--select",
+        "Select nodes by path, label or name: \"/1/0\",\n\"Group/Function\", with * and **; the first starts\nfrom nothing selected; repeatable");
+    AddPattern(app, "-T,--deselect", "Deselect nodes; in the order given; repeatable");
+    app.add_flag("--debug", m_Options.debug, "Debug mode: nothing is selected at first");
+    AddText(app, "--product", m_Options.product, "LABEL", "Stand in for the product label of the settings");
+    AddText(app, "--filter", m_Options.filter, "NAME", "Use this filter of the settings");
+    AddText(app, "--settings", m_Options.settings, "FILE", "Use these settings instead of the user's own");
+}
+
+void CCommandLine::AddRunOptions(CLI::App& app)
+{
+    const auto execution = [this](ETestSuiteExecutionType type)
+    { return [this, type] { m_Options.executionType = type; }; };
+    CLI::Option* diagnostic =
+        app.add_flag_callback("--diagnostic", execution(EXECUTION_DIAGNOSTIC), "Let the nodes list themselves");
+    app.add_flag_callback("--validation", execution(EXECUTION_VALIDATION), "Validate the suites")->excludes(diagnostic);
+    AddText(app, "--answers", m_Options.answers, "FILE", "Answer the prompts from a JSON list");
+    AddText(app, "--save-answers", m_Options.saveAnswers, "FILE", "Write the answers given, as such a list");
+    AddText(app, "--record", m_Options.record, "FILE", "Write the run record, as JSON Lines");
+    AddText(app, "--log", m_Options.log, "FILE", "Write the complete log, as text");
+    AddVerbosity(app);
+    AddWhen(app, "--color", m_Options.color, "Colours; auto: on a terminal");
+    AddWhen(app, "--progress", m_Options.progress, "Status line; auto: on a terminal");
+}
+
+void CCommandLine::AddVerbosity(CLI::App& app)
+{
+    CLI::Option* verbose = app.add_flag_function(
+        "-v,--verbose",
+        [this](std::int64_t count)
+        { m_Options.logLevel = static_cast<ELogLevel>(std::min<std::int64_t>(LL_WARNING + count, LL_DETAIL)); },
+        "Show trace lines; twice: details as well");
+    CLI::Option* quiet = app.add_flag_callback(
+        "-q,--quiet", [this] { m_Options.logLevel = LL_FAILURE; }, "Show errors and failures only");
+    CLI::Option* level = app.add_option_function<std::uint32_t>(
+        "--log-level", [this](std::uint32_t number) { m_Options.logLevel = static_cast<ELogLevel>(number); },
+        "Show log entries up to this level (default 4)");
+    level->type_name("N")->excludes(verbose)->excludes(quiet);
+    quiet->excludes(verbose);
+}
+
+CLI::Option* CCommandLine::AddText(CLI::App& app, const char* name, std::optional<std::string>& target,
+                                   const char* type, const char* description)
+{
+    const auto store = [&target](const std::string& text) { target = text; };
+    return app.add_option_function<std::string>(name, store, description)->type_name(type);
+}
+
+void CCommandLine::AddPattern(CLI::App& app, const char* name, const std::string& description)
+{
+    app.add_option(name, description)
+        ->type_name("PATTERN")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+/// The two options as one list, in the order in which they stand on the command line.
+void CCommandLine::CollectSelections()
+{
+    const CLI::App& command = *m_App.get_subcommands().front();
+    std::map<const CLI::Option*, std::size_t> taken;
+    for (const CLI::Option* option : command.parse_order())
+    {
+        const bool isSelect = option->check_lname("select");
+        if (isSelect || option->check_lname("deselect"))
+        {
+            m_Options.selections.push_back({isSelect, option->results().at(taken[option]++)});
+        }
+    }
+}
+
+void CCommandLine::AddWhen(CLI::App& app, const char* name, EWhen& target, const char* description)
+{
+    static const std::map<std::string, EWhen> WORDS{
+        {"auto", EWhen::Auto}, {"always", EWhen::Always}, {"never", EWhen::Never}};
+    CLI::Validator known(
+        [](const std::string& word)
+        { return WORDS.contains(word) ? std::string() : "'" + word + "' is none of auto, always, never"; },
+        "");
+    app.add_option_function<std::string>(
+           name, [&target](const std::string& word) { target = WORDS.at(word); }, description)
+        ->type_name("WHEN")
+        ->check(known);
+}
+
+void CCommandLine::Parse(int argc, const char* const* argv)
+{
+    if (argc > 1 && argv[1][0] != '-' && !FindCommand(argv[1]))
+    {
+        throw CLI::ArgumentMismatch(std::string("unknown command '") + argv[1] + "'");
+    }
+    m_App.parse(argc, argv);
+    if (m_App.get_subcommands().empty())
+    {
+        throw CLI::ArgumentMismatch("no command given");
+    }
+    if (m_Options.command == ECommand::None)
+    {
+        ShowHelp();
+    }
+    CollectSelections();
+}
+
+void CCommandLine::ShowHelp()
+{
+    if (!m_HelpTopic.empty() && !FindCommand(m_HelpTopic))
+    {
+        throw CLI::ArgumentMismatch("unknown command '" + m_HelpTopic + "'");
+    }
+    m_App.clear();
+    const CLI::App* topic = m_HelpTopic.empty() ? &m_App : m_App.get_subcommand(m_HelpTopic);
+    std::fputs(topic->help().c_str(), stdout);
+    throw CLI::Success();
+}
+
+ECommand CommandOf(const CLI::App& app)
+{
+    const std::vector<CLI::App*> chosen = app.get_subcommands();
+    return chosen.empty() ? ECommand::None : FindCommand(chosen.front()->get_name())->command;
+}
+} // namespace
+
+std::optional<EExitCode> ParseOptions(int argc, const char* const* argv, SOptions& options)
+{
+    CCommandLine line(options);
+    try
+    {
+        line.Parse(argc, argv);
+        return std::nullopt;
+    }
+    catch (const CLI::CallForHelp&)
+    {
+        std::fputs(line.App().help().c_str(), stdout);
+        return EExitCode::Passed;
+    }
+    catch (const CLI::CallForVersion& version)
+    {
+        std::printf("%s\n", version.what());
+        return EExitCode::Passed;
+    }
+    catch (const CLI::Success&)
+    {
+        return EExitCode::Passed;
+    }
+    catch (const CLI::ParseError& error)
+    {
+        return ReportUsage(CommandOf(line.App()), error.what());
+    }
+}
+
+EExitCode ReportUsage(ECommand command, std::string_view message)
+{
+    const auto found = std::find_if(COMMANDS.begin(), COMMANDS.end(),
+                                    [&](const SCommand& candidate) { return candidate.command == command; });
+    const char* topic = command == ECommand::None ? "" : found->name;
+    std::fprintf(stderr, "orvanta: %.*s\nUsage: %s\nSee 'orvanta help%s%s'.\n", static_cast<int>(message.size()),
+                 message.data(), UsageOf(command), *topic ? " " : "", topic);
+    return EExitCode::Usage;
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "ExitCode.h"
+#include "Selection.h"
+
+#include <HostKit/AppState.h>
+#include <HostKit/LogTypes.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+enum class ECommand
+{
+    None,
+    Run,
+    List,
+    Schema,
+};
+
+enum class EWhen
+{
+    Auto,
+    Always,
+    Never,
+};
+
+/// What the command line asks for. Texts are as given, in the local encoding.
+struct SOptions
+{
+    ECommand command = ECommand::None;
+    std::vector<std::string> suites;
+    std::vector<std::string> libraryPath;
+    std::optional<std::string> settings;
+    std::optional<std::string> product;
+    std::optional<std::string> filter;
+    bool debug = false;
+    std::vector<SSelection> selections;
+
+    ETestSuiteExecutionType executionType = EXECUTION_NORMAL;
+    std::optional<std::string> answers;
+    std::optional<std::string> saveAnswers;
+    std::optional<std::string> record;
+    std::optional<std::string> log;
+    ELogLevel logLevel = LL_WARNING;
+    EWhen color = EWhen::Auto;
+    EWhen progress = EWhen::Auto;
+
+    bool json = false;
+};
+
+/// Reads the command line. A result means that there is nothing left to do: help was asked for and is printed, or the
+/// command line is wrong and the usage is.
+std::optional<EExitCode> ParseOptions(int argc, const char* const* argv, SOptions& options);
+
+/// Says on stderr what is wrong with the command line and how the command is used; gives the code to exit with.
+EExitCode ReportUsage(ECommand command, std::string_view message);

@@ -1,0 +1,208 @@
+#include "SuiteLoader.h"
+
+#include "Terminal.h"
+
+#include <CoreKit/CatchLadder.h>
+#include <HostKit/AppSettings.h>
+#include <HostKit/AppState.h>
+#include <HostKit/TestSuiteFilters.h>
+#include <Orvanta/DOMDocTestSuite.h>
+#include <Orvanta/VariableList.h>
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+#include <tuple>
+
+namespace
+{
+/// An exception's text as one line, without the place in the engine's sources that internal checks put in front.
+std::string OneLine(std::string_view text)
+{
+    if (text.starts_with('\n') && text.find('\n', 1) != std::string_view::npos)
+    {
+        text.remove_prefix(text.find('\n', 1) + 1);
+    }
+    std::string line(text);
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return line;
+}
+
+std::string ProductRule(const pugi::xml_node& root)
+{
+    std::string label;
+    CAppState::AppSettings().GetAppSetting("TestScriptLabel", label, 0);
+    const std::string products = root.attribute("products").value();
+    const std::string whose = products.empty() ? "it names no products" : "its products are '" + products + "'";
+    return "not for this product: " + whose + ", the product label is '" + label + "'";
+}
+
+std::string FilterRule(const pugi::xml_node& root, bool hidden)
+{
+    const CFilter* filter = CAppState::CustomConfiguration()->TestSuiteFilters().Filter(CAppState::CurrentFilter());
+    return "left out by the filter '" + filter->Name().toStdString() + "': its configurations are '" +
+        root.attribute("configurations").value() + "', the filter's categories are '" +
+        filter->Categories().join(QStringLiteral(", ")).toStdString() + "'" +
+        (hidden ? " (the filter hides such suites)" : "");
+}
+
+/// Why a suite file with a root element is not to be loaded; empty when it is, or when there is no root to ask.
+std::string RuleAgainst(const std::string& file, ETestSuiteAccessType access)
+{
+    pugi::xml_document document;
+    if (QFileInfo(QFile::decodeName(file.c_str())).isFile())
+    {
+        document.load_file(file.c_str());
+    }
+    const pugi::xml_node root = document.document_element();
+    if (!root || (access & ACCESS_PASSED_FILTER) != 0)
+    {
+        return {};
+    }
+    return (access & ACCESS_IN_APPLICATION) != 0 ? FilterRule(root, (access & ACCESS_HIDE_UNFILTERED) != 0)
+                                                 : ProductRule(root);
+}
+
+/// What is wrong with the variables of a document that keeps to the schema: the document itself keeps no error for it.
+std::vector<SProblem> VariableProblems(const QString& file)
+{
+    CDOMDoc document(CAppState::Orvanta(), CDOMDocTestSuite::GetSchemaNamespaceURI(), file);
+    std::vector<SProblem> problems;
+    if (!document.ParseDoc())
+    {
+        return problems;
+    }
+    CVariableList variables;
+    for (const pugi::xml_node& declaration : document.GetRootElement().child("x:Variables").children())
+    {
+        if (declaration.type() != pugi::node_element)
+        {
+            continue;
+        }
+        Guarded([&] { variables.AddDeclaration(declaration); },
+                [&](const ZKException& exception)
+                {
+                    const SElementPlace place = document.Place(declaration);
+                    problems.push_back({place.line, place.column, "error", OneLine(exception.what())});
+                });
+    }
+    return problems;
+}
+
+/// The message without the file's name, which every problem is shown with anyway.
+std::string WithoutFile(const std::string& message, const std::string& file)
+{
+    return message.starts_with(file + ": ") ? message.substr(file.size() + 2) : message;
+}
+
+std::vector<SProblem> DocumentProblems(const TestSuiteState& state, const std::string& file)
+{
+    std::vector<SProblem> problems;
+    const CDOMDocTestSuite* document = state.Document();
+    for (std::size_t i = 0; document && i < document->ErrorCount(); ++i)
+    {
+        const CDOMError& error = document->Error(i);
+        problems.push_back({error.LineNumber(), error.ColumnNumber(),
+                            error.Severity() == SEVERITY_WARNING ? "warning" : "error",
+                            WithoutFile(OneLine(error.Message()), file)});
+    }
+    std::stable_sort(problems.begin(), problems.end(),
+                     [](const SProblem& left, const SProblem& right)
+                     { return std::tie(left.line, left.column) < std::tie(right.line, right.column); });
+    if (document && problems.empty())
+    {
+        problems = VariableProblems(document->FileName());
+    }
+    if (problems.empty())
+    {
+        problems.push_back({0, 0, "error", "the suite cannot be read"});
+    }
+    return problems;
+}
+
+void FollowMode(CTestSuiteNode& root)
+{
+    QObject context;
+    QObject::connect(&root, &CTestSuiteNode::UpdateTestSuiteMode, &context,
+                     [&root](ETestSuiteMode mode)
+                     {
+                         CAppState::Services().TestSuiteMode = mode;
+                         root.SetSelected(true, SELECT_ALL);
+                     });
+    root.EmitNodeSettings();
+}
+
+void BuildTree(SLoadedSuite& suite, bool keepMode)
+{
+    Guarded(
+        [&]
+        {
+            suite.root = std::make_unique<CTestSuiteNode>(suite.state->Document()->GetRootElement());
+            if (!keepMode)
+            {
+                FollowMode(*suite.root);
+            }
+            suite.state->TestSuiteNode(suite.root.get());
+        },
+        [](OutOfMemory) { throw; },
+        [&](const std::exception& exception)
+        {
+            suite.root.reset();
+            suite.problems.push_back({0, 0, "error", OneLine(exception.what())});
+        },
+        [&](UnknownFailure)
+        {
+            suite.root.reset();
+            suite.problems.push_back({0, 0, "error", "the tree cannot be built"});
+        });
+}
+} // namespace
+
+SLoadedSuite LoadSuite(const std::string& file, bool keepMode)
+{
+    SLoadedSuite suite;
+    suite.file = file;
+    const QString path = QFile::decodeName(file.c_str());
+    const ETestSuiteAccessType access = CDOMDocTestSuite::ShouldLoad(path);
+    if (const std::string rule = RuleAgainst(file, access); !rule.empty())
+    {
+        suite.problems.push_back({0, 0, "error", rule});
+        return suite;
+    }
+    suite.state = std::make_unique<TestSuiteState>(path, access);
+    suite.state->Initialize();
+    if (!suite.state->IsValid())
+    {
+        suite.problems = DocumentProblems(*suite.state, file);
+        return suite;
+    }
+    BuildTree(suite, keepMode);
+    return suite;
+}
+
+bool SelectNodes(const SLoadedSuite& suite, const std::vector<SDescribedNode>& nodes, const SOptions& options)
+{
+    const std::vector<std::string> unmatched = ApplySelection(*suite.root, nodes, options.selections);
+    std::fflush(stdout);
+    for (const std::string& pattern : unmatched)
+    {
+        ReportError(suite.file + ": no node matches '" + pattern + "'; 'orvanta list' shows the nodes");
+    }
+    return unmatched.empty();
+}
+
+void PrintProblems(const SLoadedSuite& suite)
+{
+    for (const SProblem& problem : suite.problems)
+    {
+        std::string place = suite.file;
+        if (problem.line != 0)
+        {
+            place += ':' + std::to_string(problem.line) + ':' + std::to_string(problem.column);
+        }
+        std::fprintf(stderr, "%s: %s: %s\n", place.c_str(), problem.severity.c_str(), problem.message.c_str());
+    }
+}
