@@ -1,0 +1,106 @@
+#include <zk/test.hpp>
+
+#include <csignal>
+#include <new>
+#include <stdexcept>
+
+#include <poll.h>
+#include <unistd.h>
+
+namespace
+{
+/// Says something, then waits for an interrupt; no interrupt that follows the words is missed.
+void AwaitInterrupt(const char* text)
+{
+    sigset_t interrupt;
+    sigset_t before;
+    sigemptyset(&interrupt);
+    sigaddset(&interrupt, SIGINT);
+    sigprocmask(SIG_BLOCK, &interrupt, &before);
+    zk_log(3, "%s", text);
+    const timespec limit{60, 0};
+    ppoll(nullptr, 0, &limit, &before);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+}
+} // namespace
+
+ZK_TEST(Prepares)
+{
+    return true;
+}
+
+ZK_TEST(Passes)
+{
+    zk_log(3, "all is well\nwith the device");
+    return true;
+}
+
+ZK_TEST(ReturnsFalse)
+{
+    return false;
+}
+
+ZK_TEST(LogsFailure)
+{
+    zk_failure("the voltage is low");
+    return true;
+}
+
+ZK_TEST(LogsError)
+{
+    zk_error("no device");
+    return true;
+}
+
+ZK_TEST(Warns)
+{
+    zk_warning("the fan is loud");
+    return true;
+}
+
+ZK_TEST(Throws)
+{
+    throw std::runtime_error("out of cheese");
+}
+
+ZK_TEST(ExhaustsMemory)
+{
+    throw std::bad_alloc();
+}
+
+ZK_TEST(Aborts)
+{
+    zk_abort("the operator went home");
+}
+
+ZK_TEST(Interrupts)
+{
+    return std::raise(SIGINT) == 0;
+}
+
+ZK_TEST(LogsOddBytes)
+{
+    zk_log(3, "odd \xFF and \033[31mred");
+    return true;
+}
+
+ZK_TEST(Hangs)
+{
+    AwaitInterrupt("hanging");
+    return true;
+}
+
+ZK_TEST(NeverReturns)
+{
+    for (;;)
+    {
+        AwaitInterrupt("stuck");
+    }
+}
+
+ZK_TEST(Naps)
+{
+    zk_log(3, "napping");
+    usleep(50000);
+    return true;
+}

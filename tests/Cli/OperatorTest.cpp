@@ -1,0 +1,215 @@
+#include "CliFixture.h"
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+/// A step of the operator: what the terminal shows first, and what is typed then.
+struct SStep
+{
+    std::string shown;
+    std::string typed;
+};
+
+const char* const CTRL_C = "\x03";
+const char* const CTRL_D = "\x04";
+const QByteArray VARIABLES = "<x:Variables><x:Local type=\"BOOL\" name=\"$On\" value=\"false\"/>"
+                             "<x:Local type=\"LONGLONG\" name=\"$N\" value=\"42\"/></x:Variables>\n";
+const QByteArray READY = "<x:BooleanPopup text=\"Ready?\" variable=\"$On\"/>\n";
+const QByteArray OFF = "<x:BooleanPopup text=\"Off?\" variable=\"$On\"/>\n";
+const QByteArray LOOP = "<x:Group name=\"Long\" to=\"10000\">" + Call("Naps") + "</x:Group>\n";
+
+class COperatorTest : public CCliTest
+{
+protected:
+    /// Runs a suite with a record "r" and goes through the steps.
+    std::unique_ptr<CPty> Operate(const QByteArray& body, const std::vector<SStep>& steps, const QByteArray& exit = {})
+    {
+        const QString suite = Suite(body, u"suite.xml"_s, {}, VARIABLES, exit);
+        auto terminal = RunAtTerminal({u"--record"_s, Path(u"r"_s), suite});
+        for (const auto& [shown, typed] : steps)
+        {
+            terminal->Expect(shown);
+            terminal->Send(typed);
+        }
+        return terminal;
+    }
+
+    /// How the prompts ended, as JSON, each followed by a blank.
+    std::string Answers() const
+    {
+        std::string answers;
+        for (const TJson& prompt : Events(u"r"_s, "prompt"))
+        {
+            answers += prompt.at("answer").dump() + ' ';
+        }
+        return answers;
+    }
+};
+} // namespace
+
+TEST_F(COperatorTest, AWrongAnswerIsAskedAgainWithTheReason)
+{
+    const auto terminal = Operate(
+        R"(<x:BooleanPopup text="Is it on?" variable="$On" yes_button="Aye" no_button="Nay"/>
+           <x:BooleanPopup text="Still on?" variable="$On"/>
+           <x:SetPopup text="How much?" label="Volts" variable="$N" min="10" max="300"/>
+           <x:SetPopup text="Which mask?" variable="$N" hex="true" initialize="false" max="0x300"/>
+           <x:SetPopup text="And now?" variable="$N" hex="true"/>
+           <x:SetPopup text="Any more?" variable="$N"/>
+           <x:InfoPopup text="Mind the gap" button="Got it"/>)",
+        {{"Is it on?\r\n  [y] Aye  [n] Nay  [!] Abort\r\n", "maybe\n"},
+         {"\"maybe\" is neither y nor n.\r\n", "\n"},
+         {"\"\" is neither y nor n.\r\n", "yes\n"}, // the caption is another one
+         {"\"yes\" is neither y nor n.\r\n", " aYE \n"},
+         {"Still on?", "N\n"},
+         {"How much?\r\n  Volts from 10 to 300  [Enter] 42  [!] Abort\r\n", "4x\n"},
+         {"\"4x\" is no number.\r\n", "-20\n"},
+         {"\"-20\" is no number.\r\n", "18446744073709551626\n"}, // 2^64 more than 10
+         {"\"18446744073709551626\" is no number.\r\n", "9\n"},
+         {"9 is not from 10 to 300.\r\n", "301\n"},
+         {"301 is not from 10 to 300.\r\n", "\n"},
+         {"Which mask?\r\n  Select a value: from 0x0 to 0x300, hexadecimal  [!] Abort\r\n", "\n"},
+         {"\"\" is no hexadecimal number.\r\n", "12G\n"},
+         {"\"12G\" is no hexadecimal number.\r\n", "0x\n"},
+         {"\"0x\" is no hexadecimal number.\r\n", "301\n"},
+         {"0x301 is not from 0x0 to 0x300.\r\n", "12C\n"},
+         {"And now?\r\n  Select a value: from 0x0 to 0xFFFFFFFFFFFFFFFF, hexadecimal  [Enter] 0x12C ", "0x12d\n"},
+         {"Any more?\r\n  Select a value: from 0 to 18446744073709551615  [Enter] 301 ", "0XFF\n"},
+         {"Mind the gap\r\n  [Enter] Got it  [!] Abort\r\n", "what\n"},
+         {"Press Enter for \"Got it\".\r\n", "\n"}});
+    EXPECT_EQ(terminal->Wait(), 0);
+    EXPECT_EQ(Answers(), "true false 42 300 301 255 \"ok\" ");
+    EXPECT_NE(terminal->Output().find("\033[1;32mTest suite Completed!\033[0m"), std::string::npos);
+}
+
+TEST_F(COperatorTest, ATimeoutCountsDownAndLeavesNothingTyped)
+{
+    const auto terminal =
+        Operate("<x:SetPopup text=\"How much?\" variable=\"$N\" timeout=\"2\"/>" + READY + Call("Passes"),
+                {{"(2 s) > ", "x\n"}, {"\"x\" is no number.\r\n", "7"}, {"(1", ""}, {"Ready?", ""}, {"> ", "n\n"}});
+    EXPECT_EQ(terminal->Wait(), 1);
+    EXPECT_EQ(Answers(), "\"timeout\" false ");
+    EXPECT_EQ(Ran(u"r"_s), "/0/0 /1/2 /2/0 ");
+    const std::string& output = terminal->Output();
+    EXPECT_NE(output.find("Set integer dialog timed out."), std::string::npos);
+    EXPECT_EQ(output.find("\"7"), std::string::npos) << output;
+    EXPECT_EQ(Read(u"r"_s).find("Setting $N"), std::string::npos);
+}
+
+TEST_F(COperatorTest, CtrlDClosesAPromptWithoutAnAnswerAndTheRunGoesOn)
+{
+    const auto terminal = Operate(READY + OFF + Call("Passes"), {{"Ready?", ""}, {"> ", CTRL_D}, {"Off?", "y\n"}});
+    EXPECT_EQ(terminal->Wait(), 1);
+    EXPECT_EQ(Answers(), "\"cancel\" true ");
+    EXPECT_EQ(Ran(u"r"_s), "/0/0 /1/2 /2/0 ");
+    EXPECT_NE(terminal->Output().find("\033[1;31mTest suite Failed!"), std::string::npos);
+}
+
+TEST_F(COperatorTest, AnAbortEndsTheRunBehindTheExitGroup)
+{
+    struct SRow
+    {
+        const char* name;
+        QByteArray body;
+        std::vector<SStep> steps;
+        QByteArray exit;
+        const char* ran;
+        const char* answers;
+        const char* message;
+    };
+    const QByteArray prepares = Call("Prepares", "Call");
+    const SRow rows[] = {
+        {"the abort key, two groups deep",
+         "<x:Group name=\"Inner\">" + READY + Call("Passes") + "</x:Group>",
+         {{"Ready?", "!\n"}},
+         prepares,
+         "/0/0 /2/0 ",
+         "\"abort\" ",
+         "Aborted: The operator aborted at the prompt \"Ready?\"."},
+        {"the abort key, then a prompt of the exit group",
+         READY,
+         {{"Ready?", "!\n"}, {"Off?", "y\n"}},
+         OFF + prepares,
+         "/0/0 /2/1 ",
+         "\"abort\" true ",
+         "Aborted: The operator aborted at the prompt \"Ready?\"."},
+        {"Ctrl-C inside a prompt",
+         READY + Call("Passes"),
+         {{"Ready?", ""}, {"> ", CTRL_C}},
+         prepares,
+         "/0/0 /2/0 ",
+         "\"abort\" ",
+         "Aborted: Interrupted at the prompt \"Ready?\"."},
+        {"Ctrl-C inside a prompt, again inside one of the exit group",
+         READY,
+         {{"Ready?", ""}, {"> ", CTRL_C}, {"Off?", ""}, {"> ", CTRL_C}},
+         OFF + prepares,
+         "/0/0 ",
+         "\"abort\" \"abort\" ",
+         "Aborted: Interrupted at the prompt \"Off?\"."},
+        {"Ctrl-C during a loop",
+         LOOP + Call("Passes"),
+         {{"napping", CTRL_C}},
+         prepares,
+         "/0/0 /1/0/0 /2/0 ",
+         "",
+         "Aborted: Interrupted by the operator."},
+        {"Ctrl-C during a loop, then a prompt of the exit group",
+         LOOP,
+         {{"napping", CTRL_C}, {"Off?", ""}, {"> ", "n\n"}},
+         OFF + prepares,
+         "/0/0 /1/0/0 /2/1 ",
+         "false ",
+         "Aborted: Interrupted by the operator."},
+        {"Ctrl-C during a loop, again in the exit group",
+         LOOP,
+         {{"napping", CTRL_C}, {"hanging", CTRL_C}},
+         Call("Hangs", "Call") + prepares,
+         "/0/0 /1/0/0 /2/0 ",
+         "",
+         "Aborted: Interrupted by the operator."},
+        {"Ctrl-C in the exit group",
+         Call("Passes"),
+         {{"hanging", CTRL_C}},
+         Call("Hangs", "Call") + prepares,
+         "/0/0 /1/0 /2/0 /2/1 ",
+         "",
+         nullptr},
+    };
+    for (const SRow& row : rows)
+    {
+        SCOPED_TRACE(row.name);
+        const auto terminal = Operate(row.body, row.steps, row.exit);
+        EXPECT_EQ(terminal->Wait(), 2);
+        EXPECT_EQ(Ran(u"r"_s), row.ran);
+        EXPECT_EQ(Answers(), row.answers);
+        const std::string& output = terminal->Output();
+        EXPECT_TRUE(!row.message || output.find(row.message) != std::string::npos) << output;
+        EXPECT_NE(output.find("\033[1;31mTest suite Aborted!\033[0m\r\n"), std::string::npos) << output;
+        EXPECT_NE(output.find("suite.xml: aborted by the operator\r\n"), std::string::npos) << output;
+        EXPECT_TRUE(terminal->IsRestored());
+
+        const std::vector<TJson> events = Record(u"r"_s);
+        ASSERT_GE(events.size(), 2U);
+        EXPECT_EQ(events[events.size() - 2].at("text"), "Test suite Aborted!");
+        EXPECT_EQ(events.back().at("result"), "Aborted");
+        EXPECT_EQ(events.back().at("passed"), false);
+        const TJson last = Events(u"r"_s, "state").back();
+        EXPECT_EQ(last.at("path"), "/");
+        EXPECT_NE(last.at("state"), "executing");
+        EXPECT_NE(Read(u"r"_s).find("\"text\":\"Execution lock released.\""), std::string::npos);
+    }
+    EXPECT_EQ(Run({Suite(Call("Passes"))}).code, 0);
+}
+
+TEST_F(COperatorTest, TheThirdCtrlCEndsTheProcessAndTheRecordStands)
+{
+    const auto terminal =
+        Operate(Call("Passes") + Call("NeverReturns"), {{"stuck", CTRL_C}, {"stuck", CTRL_C}, {"stuck", CTRL_C}});
+    EXPECT_EQ(terminal->Wait(), 128 + SIGINT);
+    EXPECT_EQ(Ran(u"r"_s), "/0/0 /1/0 /1/1 ");
+    EXPECT_EQ(Events(u"r"_s, "state").back().at("name"), "NeverReturns");
+    EXPECT_EQ(Record(u"r"_s).back().at("text"), "stuck");
+    EXPECT_EQ(Run({Suite(Call("Passes"))}).code, 0) << "the next run gets the lock";
+}

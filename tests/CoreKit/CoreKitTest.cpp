@@ -1,0 +1,127 @@
+#include <CoreKit/Exceptions.h>
+#include <CoreKit/SimpleBuffer.h>
+#include <CoreKit/Time.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cwchar>
+#include <string>
+
+namespace
+{
+/// Throws one class of the family and catches it as callers outside of the family do.
+template <class Exception>
+std::string TextOf(const char* text, TEST_STATUS expectedStatus = TS_ERROR)
+{
+    try
+    {
+        throw Exception(text);
+    }
+    catch (const std::runtime_error& exception)
+    {
+        const auto* house = dynamic_cast<const ZKException*>(&exception);
+        EXPECT_TRUE(house && house->Status() == expectedStatus);
+        return exception.what();
+    }
+}
+} // namespace
+
+TEST(Format, AnyLengthAroundTheFirstBuffer)
+{
+    for (const std::size_t length : {0U, 1U, 510U, 511U, 512U, 513U, 100000U, 511U})
+    {
+        const std::string text(length, 'x');
+        EXPECT_EQ(std::string_view(FormatText("%s|%d", text.c_str(), 42)), text + "|42") << length;
+        EXPECT_EQ(std::string_view(FormatFilled('.', length, "%s", text.c_str())), std::string(length, '.') + text);
+    }
+}
+
+TEST(Format, ResultSurvivesTheNextCall)
+{
+    const CSafeString first = FormatText("%s", "first");
+    const CSafeString nested = FormatText("%s-%s", FormatText("%d", 1).c_str(), FormatText("%d", 2).c_str());
+    EXPECT_EQ(first, "first");
+    EXPECT_EQ(nested, "1-2");
+}
+
+TEST(Format, FailureThrowsAndLeavesTheFormatterUsable)
+{
+    try
+    {
+        static_cast<void>(FormatText("%lc", static_cast<std::wint_t>(0x7FFFFFFF)));
+        FAIL() << "nothing thrown";
+    }
+    catch (const std::runtime_error& exception)
+    {
+        EXPECT_STREQ(exception.what(), "INTERNAL ERROR - std::vsprintf() failed.");
+    }
+    EXPECT_EQ(FormatText("%s", "again"), "again");
+}
+
+TEST(Exceptions, TextsAndStatus)
+{
+    EXPECT_EQ(TextOf<ZKException>(""), ZK_EXCEPTION_MSG);
+    EXPECT_EQ(TextOf<ZKParseTreeException>(""), PARSE_TREE_EXCEPTION_DEFAULT_MSG);
+    EXPECT_EQ(TextOf<ZKRunTimeException>(""), RUN_TIME_EXCEPTION_DEFAULT_MSG);
+    EXPECT_EQ(TextOf<ZKDOMDocException>(""), DOM_DOC_EXCEPTION_DEFAULT_MSG);
+    EXPECT_EQ(TextOf<CTestSuiteException>(""), TEST_SUITE_EXCEPTION_DEFAULT_MSG);
+    EXPECT_EQ(TextOf<CTestSuiteException>("own text"), "own text");
+    EXPECT_THROW(throw CTestSuiteException("x"), ZKDOMDocException);
+    EXPECT_FALSE((std::is_base_of_v<std::exception, ZKUserAbort>));
+    try
+    {
+        ThrowFormatted<ZKRunTimeException>("%s %d", "answer", 42);
+    }
+    catch (const ZKRunTimeException& exception)
+    {
+        EXPECT_STREQ(exception.what(), "answer 42");
+    }
+}
+
+TEST(SafeString, NullCountsAsEmpty)
+{
+    const char* none = nullptr;
+    EXPECT_TRUE(CSafeString(none).empty());
+    EXPECT_STREQ(CSafeString(none).c_str(), "");
+    EXPECT_EQ(CSafeString("a") + none, "a");
+    EXPECT_EQ(CSafeString("a") + "b", "ab");
+    EXPECT_TRUE(CSafeString() == none);
+}
+
+TEST(SafeString, LowerCaseIsAsciiOnly)
+{
+    EXPECT_EQ(ToLower("AzZ[@`{ 9 \xC3\x84"), "azz[@`{ 9 \xC3\x84");
+}
+
+TEST(SimpleBuffer, GrowingKeepsTheTextAndNeverShrinks)
+{
+    CSimpleBuffer buffer;
+    EXPECT_STREQ(buffer.Contents(), "");
+    std::string("abc").copy(buffer.Get(4), 3);
+    EXPECT_STREQ(buffer.Contents(), "abc");
+    buffer.Get(100000);
+    EXPECT_STREQ(buffer.Contents(), "abc");
+    buffer.Get(1);
+    EXPECT_GE(buffer.Size(), 100000U);
+}
+
+TEST(Time, UtcKeepsMilliseconds)
+{
+    using namespace std::chrono;
+    const auto at = [](std::int64_t ms) { return system_clock::time_point(milliseconds(ms)); };
+    EXPECT_EQ(MakeUtcTimeString(at(0)), "1970-01-01T00:00:00.000Z");
+    EXPECT_EQ(MakeUtcTimeString(at(-1)), "1969-12-31T23:59:59.999Z");
+    EXPECT_EQ(MakeUtcTimeString(at(1709210096007)), "2024-02-29T12:34:56.007Z");
+    EXPECT_EQ(MakeUtcTimeString(at(1709210096007) + microseconds(999)), "2024-02-29T12:34:56.007Z");
+}
+
+TEST(Time, LocalTimeFollowsTheZone)
+{
+    const auto when = std::chrono::system_clock::from_time_t(1709210096);
+    setenv("TZ", "XXX-2", 1);
+    tzset();
+    EXPECT_EQ(MakeTimeString("%b %d, %Y - %H:%M:%S", when), "Feb 29, 2024 - 14:34:56");
+    unsetenv("TZ");
+    tzset();
+}

@@ -1,0 +1,426 @@
+#include <Support/RecordingHost.h>
+
+#include <Orvanta/GroupRecursiveNode.h>
+
+#include <CoreKit/CatchLadder.h>
+
+#include <gtest/gtest.h>
+
+#include <typeinfo>
+
+namespace
+{
+/// The way to the variables that nodes read.
+class CVariables : public CNode
+{
+public:
+    static std::uint64_t Value(const char* name)
+    {
+        const CVariable& variable = GetVariable(QString::fromUtf8(name));
+        return variable.View<std::uint64_t>() & variable.MaxSize();
+    }
+};
+
+using TValues = std::vector<std::uint64_t>;
+
+const char* const BODY = R"(<x:Function label="f" name="Succeed"/>)";
+
+std::string Declare(const char* type, const char* value = "9")
+{
+    return std::string("<x:Variables><x:Local type='") + type + "' name='$i' value='" + value +
+        "'/><x:Local type='LONG' name='$o'/><x:Define type='LONG' name='$two' value='2'/>"
+        "<x:Define type='BYTE' name='$four' value='4'/></x:Variables>";
+}
+
+std::string Loop(const std::string& attributes, const std::string& body = BODY)
+{
+    return "<x:Group " + attributes + ">" + body + "</x:Group>";
+}
+
+/// A suite with a loop as its first node, outside the phases of a run.
+class CLoop
+{
+public:
+    explicit CLoop(const std::string& loop, const std::string& variables = Declare("LONG"))
+        : m_Suite(Host, variables + loop, "name=\"Suite\" library=\"EngineTests\"", false)
+    {
+    }
+
+    CGroupRecursiveNode& Group() { return dynamic_cast<CGroupRecursiveNode&>(m_Suite.Node("/0")); }
+    CNode& Node(const char* path) { return m_Suite.Node(path); }
+
+    /// Calls back at every line that contains a text.
+    void At(const std::string& text, std::function<void()> action)
+    {
+        Host.OnRecord = [text, action](ERecorded, const std::string& line)
+        {
+            if (line.find(text) != std::string::npos)
+            {
+                action();
+            }
+        };
+    }
+
+    /// Runs the group and returns what a variable held whenever its function was entered.
+    TValues Values(const char* variable = "$i")
+    {
+        TValues values;
+        At("Entering x:Function", [&] { values.push_back(CVariables::Value(variable)); });
+        EXPECT_TRUE(Group().Execute(false));
+        return values;
+    }
+
+    /// The group's own trace lines, without those of functions.
+    std::string Trace() const
+    {
+        const std::string head = "log TS_NONE L5 node: ";
+        std::string text = "\n";
+        for (const std::string& line : Host.Transcript(REC_LOG))
+        {
+            const bool isOwn = line.starts_with(head) && line.find("x:Function") == std::string::npos;
+            text += isOwn ? line.substr(head.size()) + '\n' : "";
+        }
+        return text;
+    }
+
+    CRecordingHost Host;
+
+private:
+    CLoadedSuite m_Suite;
+};
+
+/// Runs a group that has to throw an exception of exactly that class, and returns its text.
+template <class Exception>
+std::string Thrown(CLoop& loop)
+{
+    try
+    {
+        loop.Group().Execute(false);
+    }
+    catch (const ZKException& exception)
+    {
+        EXPECT_EQ(typeid(exception), typeid(Exception));
+        EXPECT_EQ(exception.Status(), TS_ERROR);
+        EXPECT_EQ(loop.Group().RunState(), RS_FAILED);
+        return exception.what();
+    }
+    return "nothing thrown";
+}
+} // namespace
+
+TEST(Loop, Passes)
+{
+    const struct
+    {
+        const char* attributes;
+        const char* type;
+        TValues seen;
+        std::uint64_t after;
+    } rows[] = {
+        {"from='0' to='3'", "LONG", {0, 1, 2}, 3},
+        {"from='0' to='3' breakConditionType='NonStrict'", "LONG", {0, 1, 2, 3}, 4},
+        {"from='3' to='0' iterType='Decr'", "LONG", {3, 2, 1}, 0},
+        {"from='3' to='0' iterType='Decr' breakConditionType='NonStrict'", "LONG", {3, 2, 1, 0}, 0},
+        {"from='2' to='2'", "LONG", {}, 2},
+        {"from='2' to='2' breakConditionType='NonStrict'", "LONG", {2}, 3},
+        {"from='2' to='2' iterType='Decr'", "LONG", {}, 2},
+        {"from='2' to='2' iterType='Decr' breakConditionType='NonStrict'", "LONG", {2}, 1},
+        {"from='5' to='3'", "LONG", {}, 5},
+        {"from='5' to='3' breakConditionType='NonStrict'", "LONG", {}, 5},
+        {"from='3' to='5' iterType='Decr'", "LONG", {}, 3},
+        {"to='2'", "LONG", {0, 1}, 2},
+        {"from='0' to='5' interval='2'", "LONG", {0, 2, 4}, 6},
+        {"from='5' to='0' interval='2' iterType='Decr' breakConditionType='NonStrict'", "LONG", {5, 3, 1}, 1},
+        // Words other than the known ones, in another case too, are the default.
+        {"from='0' to='2' iterType='decr'", "LONG", {0, 1}, 2},
+        {"from='0' to='2' breakConditionType='nonStrict'", "LONG", {0, 1}, 2},
+        // Numbers: variables, constants, other notations, no number at all.
+        {"from='$two' to='$four'", "LONG", {2, 3}, 4},
+        {"from='$i' to='12'", "LONG", {9, 10, 11}, 12},
+        {"from='0' to='$four' interval='$two'", "LONG", {0, 2}, 4},
+        {"from='0x10' to='022'", "LONG", {16, 17}, 18},
+        {"from='abc' to='2'", "LONG", {0, 1}, 2},
+        {"from='0x100000001' to='3'", "LONG", {1, 2}, 3},
+        // The ceiling of the iterator's type ends a loop.
+        {"from='0' to='1000' interval='100' breakConditionType='NonStrict'", "BYTE", {0, 100, 200}, 200},
+        {"from='253' to='255' breakConditionType='NonStrict'", "BYTE", {253, 254, 255}, 255},
+        {"from='253' to='255'", "BYTE", {253, 254}, 255},
+        {"from='0xFFFE' to='0x20000'", "SHORT", {0xFFFE, 0xFFFF}, 0xFFFF},
+        {"from='0xFFFFFFFE' to='0xFFFFFFFF' breakConditionType='NonStrict'",
+         "LONG",
+         {0xFFFFFFFE, 0xFFFFFFFF},
+         0xFFFFFFFF},
+        {"from='300' to='1000'", "BYTE", {44}, 44}, // starts beyond it
+        // Without "to": once, and the iterator is written afterwards.
+        {"from='7'", "LONG", {9}, 7},
+        {"from='7' interval='0' iterType='Decr'", "LONG", {9}, 7},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.attributes);
+        CLoop loop(Loop(std::string("iterator='$i' ") + row.attributes), Declare(row.type));
+        EXPECT_EQ(loop.Values(), row.seen);
+        EXPECT_EQ(CVariables::Value("$i"), row.after);
+    }
+}
+
+TEST(Loop, WithoutAnIteratorVariable)
+{
+    CLoop once(Loop("name='G'", std::string(BODY) + BODY));
+    EXPECT_EQ(once.Values(), (TValues{9, 9}));
+    EXPECT_EQ(CVariables::Value("$i"), 9U);
+    EXPECT_EQ(once.Trace(), R"(
+   - Entering x:Group: G.
+   - attribute name.
+   -   value: "G".
+   - Exiting x:Group.
+)");
+    EXPECT_EQ(once.Group().Name(), QStringLiteral("G"));
+    EXPECT_TRUE(once.Group().IsStrict());
+
+    CLoop counted(Loop("to='3' breakConditionType='NonStrict'"));
+    EXPECT_EQ(counted.Values(), (TValues{9, 9, 9, 9}));
+    EXPECT_FALSE(counted.Group().IsStrict());
+}
+
+TEST(Loop, NestedLoopsStartAnew)
+{
+    const std::string body = Loop("iterator='$i' from='$o' to='3'");
+    CLoop loop(Loop("iterator='$o' to='3'", body));
+    TValues pairs;
+    loop.At("Entering x:Function", [&] { pairs.push_back(10 * CVariables::Value("$o") + CVariables::Value("$i")); });
+    EXPECT_TRUE(loop.Group().Execute(false));
+    EXPECT_EQ(pairs, (TValues{0, 1, 2, 11, 12, 22}));
+}
+
+TEST(Loop, AttributesAreLoggedAsRead)
+{
+    const std::string all = "breakConditionType='Any' iterType='Incr' interval='0x1' iterator='$i' from='$two' to=' 3 '"
+                            " name='G'";
+    CLoop counted(Loop(all));
+    EXPECT_TRUE(counted.Group().Execute(false));
+    EXPECT_EQ(counted.Trace(), R"(
+   - Entering x:Group: G.
+   - attribute name.
+   -   value: "G".
+   - attribute to.
+   -   raw value: " 3 ", value: "3".
+   - attribute from.
+   -   raw value: "$two", value: "2".
+   - attribute interval.
+   -   raw value: "0x1", value: "1".
+   - attribute iterator.
+   -   raw value: "$i", value: "9".
+   - attribute iterType.
+   -   value: "Incr".
+   - attribute breakConditionType.
+   -   value: "Any".
+   - Exiting x:Group.
+)");
+    CLoop once(Loop("name='' from='1' interval='abc' iterator='$i' iterType='' breakConditionType='NonStrict'"));
+    EXPECT_TRUE(once.Group().Execute(false));
+    EXPECT_EQ(once.Trace(), R"(
+   - Entering x:Group: .
+   - attribute name.
+   -   value: "".
+   - attribute from (ignored).
+   -   raw value: "1", value: "1".
+   - attribute interval (ignored).
+   -   raw value: "abc", value: "0".
+   - attribute iterator (ignored).
+   -   raw value: "$i", value: "9".
+   - attribute iterType (ignored).
+   -   value: "".
+   - attribute breakConditionType (ignored).
+   -   value: "NonStrict".
+   - Exiting x:Group.
+)");
+}
+
+TEST(Loop, BoundsTheWrongWayRoundAreWarnedOf)
+{
+    CLoop up(Loop("from='5' to='3'"));
+    EXPECT_TRUE(up.Group().Execute(false));
+    EXPECT_EQ("\n" + up.Host.Text(), R"(
+log TS_NONE L5 node:    - Entering x:Group: .
+log TS_NONE L4 warning: "from" is greater than "to". Exiting x:Group main loop. (from = 5, to = 3)
+log TS_NONE L5 node:    - attribute to.
+log TS_NONE L5 node:    -   raw value: "3", value: "3".
+log TS_NONE L5 node:    - attribute from.
+log TS_NONE L5 node:    -   raw value: "5", value: "5".
+log TS_NONE L5 node:    - Exiting x:Group.
+)");
+    CLoop down(Loop("from='3' to='0xFFFFFFFF' iterType='Decr'"));
+    EXPECT_TRUE(down.Group().Execute(false));
+    EXPECT_EQ(down.Host.Transcript().at(1),
+              "log TS_NONE L4 warning: \"from\" is less than \"to\" in decrementing mode. Exiting x:Group main loop. "
+              "(from = 3, to = 4294967295)");
+}
+
+TEST(Loop, IteratorsThatCannotCount)
+{
+    // Written at the start, before any attribute is logged; nothing is handled there.
+    CLoop missing(Loop("iterator='$none' to='2'"));
+    EXPECT_EQ(Thrown<CTestSuiteException>(missing), "No such iterator: $none");
+    EXPECT_EQ(missing.Trace(), "\n   - Entering x:Group: .\n");
+
+    // Written after the one pass.
+    CLoop missingOnce(Loop("iterator='$none'"));
+    EXPECT_EQ(Thrown<CTestSuiteException>(missingOnce), "No such iterator: $none");
+    EXPECT_EQ(missingOnce.Trace(), R"(
+   - Entering x:Group: .
+   - attribute iterator (ignored).
+   -   raw value: "$none", value: "0".
+   - Unexpected Zelkor failure x:Group.
+)");
+
+    CLoop wide(Loop("iterator='$i' to='2'"), Declare("LONGLONG"));
+    EXPECT_EQ(Thrown<CTestSuiteException>(wide), "Test script error: variable '$i' cannot be cast to 'LONG'.");
+    EXPECT_EQ(wide.Trace(), "\n   - Entering x:Group: .\n");
+    wide.Host.Services.ExecutionType = EXECUTION_VALIDATION; // logs and goes on
+    EXPECT_EQ(wide.Values(), (TValues{0, 1}));
+
+    // Neither counts, also downwards: the type's ceiling is asked for first.
+    for (const char* direction : {"Incr", "Decr"})
+    {
+        CLoop truth(Loop(std::string("iterator='$i' from='1' to='1' breakConditionType='NonStrict' iterType='") +
+                         direction + "'"),
+                    Declare("BOOL"));
+        EXPECT_NE(Thrown<ZKException>(truth).find("Only a numeric type can have a maximum value.  (Type = 1)"),
+                  std::string::npos);
+        EXPECT_NE(truth.Trace().find("\n   - Unexpected Zelkor failure x:Group.\n"), std::string::npos);
+        EXPECT_EQ(truth.Host.Transcript(REC_TEST_LOG).size(), 2U); // after one pass
+    }
+
+    CLoop endless(Loop("name='Endless' to='2' interval='$o'"));
+    EXPECT_NE(Thrown<CTestSuiteException>(endless).find("Endless"), std::string::npos);
+    EXPECT_EQ(endless.Host.Transcript(REC_TEST_LOG).size(), 0U);
+}
+
+TEST(Loop, StoppingOnFailureEndsEachEnclosingLoop)
+{
+    const std::string children = R"(<x:Function label="a" name="Succeed"/><x:Function label="b" name="Fail"/>
+                                    <x:Function label="c" name="Succeed"/>)";
+    CLoop loop(Loop("to='2'", Loop("name='G'", children) + BODY));
+    EXPECT_FALSE(loop.Group().Execute(true));
+    EXPECT_EQ("\n" + loop.Host.Text(REC_TEST_LOG | REC_STATE), R"(
+state /0 x:Group 1
+state /0/0 x:Group 1
+state /0/0/0 x:Function 1
+test-log: a
+test-log: ------- [separator]
+state /0/0/0 x:Function 2
+state /0/0/1 x:Function 1
+test-log: b
+test-log: ------- [separator]
+state /0/0/1 x:Function 3
+state /0/0 x:Group 3
+state /0 x:Group 3
+)");
+    EXPECT_EQ(loop.Trace(), R"(
+   - Entering x:Group: .
+   - attribute to.
+   -   raw value: "2", value: "2".
+     - Entering x:Group: G.
+     - attribute name.
+     -   value: "G".
+     - Unexpected Zelkor failure x:Group.
+   - Unexpected Zelkor failure x:Group.
+)");
+    // Without the flag everything runs, and one failure is enough for the result.
+    loop.Host.Clear();
+    EXPECT_FALSE(loop.Group().Execute(false));
+    EXPECT_EQ(loop.Host.Transcript(REC_TEST_LOG).size(), 16U);
+}
+
+TEST(Loop, ExceptionsFromBelow)
+{
+    enum EOutcome
+    {
+        FAILED,
+        THROWN
+    };
+    const char* const start = "Entering x:Group";
+    const char* const attribute = "attribute to";
+    const char* const child = "Entering x:Function";
+    const char* const exit = "Exiting x:Group";
+    const auto abort = [] { throw ZKUserAbort("stop"); };
+    const auto family = [] { throw ZKRunTimeException("T"); };
+    const auto standard = [] { throw std::runtime_error("r"); };
+    const auto stream = [] { throw std::ios_base::failure("f"); };
+    const auto unknown = [] { throw 1; };
+    const auto memory = [] { throw std::bad_alloc(); };
+    const auto parserMemory = [] { throw XERCES_CPP_NAMESPACE::OutOfMemoryException(); };
+    const struct
+    {
+        const char* at;
+        std::function<void()> raise;
+        EOutcome outcome;
+        const char* line; // the last one
+        ERunState state;
+        bool closesTestLog;
+    } rows[] = {
+        {child, abort, THROWN, "   - Aborted by user x:Group.\n", RS_EXECUTING, false},
+        {child, family, THROWN, "   - Unexpected Zelkor failure x:Group.\n", RS_FAILED, false},
+        {child, standard, FAILED, "   - Unexpected failure x:Group.\n", RS_FAILED, false},
+        {child, stream, FAILED, "   - Unexpected failure x:Group.\n", RS_FAILED, false},
+        {child, unknown, THROWN, "   -   raw value: \"2\", value: \"2\".\n", RS_FAILED, false},
+        {child, memory, THROWN, "   -   raw value: \"2\", value: \"2\".\n", RS_FAILED, true},
+        {child, parserMemory, THROWN, "   -   raw value: \"2\", value: \"2\".\n", RS_FAILED, false},
+        {exit, standard, FAILED, "   - Unexpected failure x:Group.\n", RS_FAILED, false},
+        {exit, family, THROWN, "   - Unexpected Zelkor failure x:Group.\n", RS_FAILED, false},
+        // What happens before the first pass is not handled.
+        {start, family, THROWN, "\n", RS_FAILED, false},
+        {start, standard, THROWN, "\n", RS_FAILED, false},
+        {attribute, abort, THROWN, "   - Entering x:Group: .\n", RS_EXECUTING, false},
+        {attribute, standard, THROWN, "   - Entering x:Group: .\n", RS_FAILED, false},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(std::string(row.at) + " -> " + row.line);
+        CLoop loop(Loop("to='2'"));
+        loop.Host.SuiteLog().AddTestLog("open", false, false);
+        loop.At(row.at, row.raise);
+        if (row.outcome == THROWN)
+        {
+            EXPECT_ANY_THROW(loop.Group().Execute(false));
+        }
+        else
+        {
+            EXPECT_FALSE(loop.Group().Execute(false));
+        }
+        EXPECT_TRUE(loop.Trace().ends_with(row.line)) << loop.Trace();
+        EXPECT_EQ(loop.Group().RunState(), row.state);
+        EXPECT_EQ(loop.Host.SuiteLog().CurrentTestLog()->Closed(), row.closesTestLog);
+    }
+}
+
+TEST(Loop, DiagnosticText)
+{
+    CLoop loop(Loop("name='G' from='0xFE' to='0x100'"));
+    CGroupRecursiveNode& group = loop.Group();
+    EXPECT_EQ(group.GetDiagnosticString(), QStringLiteral("This is a Test Suite Node.  Type: x:Group."));
+    loop.Host.Services.ExecutionType = EXECUTION_DIAGNOSTIC; // before any run the iterator is 1
+    EXPECT_TRUE(group.Execute(false));
+    EXPECT_EQ(loop.Host.Transcript().at(0), "log TS_NONE L3 -: Executing Group G:  iterator=0x1\\n");
+
+    loop.Host.Services.ExecutionType = EXECUTION_NORMAL;
+    QString texts;
+    loop.At("Entering x:Function", [&] { texts += group.GetDiagnosticString(); });
+    EXPECT_TRUE(group.Execute(false));
+    EXPECT_EQ(texts, QStringLiteral("Executing Group G:  iterator=0xfe\nExecuting Group G:  iterator=0xff\n"));
+}
+
+TEST(Loop, SelectionIsLeftToTheChildren)
+{
+    CLoop loop(Loop("iterator='$i' to='3'"));
+    loop.Group().SetSelected(false, SELECT_ALL);
+    EXPECT_EQ(loop.Values(), TValues());
+    EXPECT_EQ(CVariables::Value("$i"), 3U);
+    EXPECT_TRUE(loop.Trace().ends_with("   - Exiting x:Group.\n"));
+    EXPECT_EQ(loop.Group().RunState(), RS_PASSED);
+
+    CLoop empty(Loop("to='3'", "<x:Parameter/>"));
+    EXPECT_THROW(empty.Group().Execute(false), CTestSuiteException);
+    EXPECT_EQ(empty.Group().RunState(), RS_NOT_RUN);
+}

@@ -1,0 +1,495 @@
+#include <Support/RecordingHost.h>
+
+#include <CoreKit/CatchLadder.h>
+
+#include <gtest/gtest.h>
+
+#include <regex>
+
+namespace
+{
+const char* const WITH_LIBRARY = "name=\"Suite\" library=\"EngineTests\"";
+
+/// The way to the variables that nodes read.
+class CVariables : public CNode
+{
+public:
+    static std::uint32_t Value(const char* name) { return GetVariable(QString::fromUtf8(name)).View<std::uint32_t>(); }
+    static bool AreSet()
+    {
+        try
+        {
+            DoGetVariableList();
+            return true;
+        }
+        catch (const ZKParseTreeException&)
+        {
+            return false;
+        }
+    }
+};
+
+std::string Call(const char* label, const std::string& function = "Succeed")
+{
+    return "<x:Function label='" + std::string(label) + "' name='" + function + "'/>";
+}
+
+/// An initialisation group, two test groups and an exit group, each with one function.
+std::string Suite(const char* init, const char* first, const char* second, const char* exit)
+{
+    return "<x:InitGroup>" + Call("i", init) + "</x:InitGroup><x:Group>" + Call("1", first) + "</x:Group><x:Group>" +
+        Call("2", second) + "</x:Group><x:ExitGroup>" + Call("e", exit) + "</x:ExitGroup>";
+}
+
+/// The labels of the functions that were entered, in order.
+std::string Entered(const CRecordingHost& host)
+{
+    std::string labels;
+    for (const std::string& line : host.Transcript(REC_TEST_LOG))
+    {
+        const std::string head = "test-log: ";
+        labels +=
+            line.starts_with(head) && line.find("[separator]") == std::string::npos ? line.substr(head.size()) : "";
+    }
+    return labels;
+}
+
+/// What the root writes: everything but trace lines of groups and functions and the lines around a call.
+std::string Errors(const CRecordingHost& host)
+{
+    std::string text;
+    for (const std::string& line : host.Transcript(REC_LOG))
+    {
+        text += !line.starts_with("log TS_NONE") || line.find("x:TestSuite") != std::string::npos ? line + '\n' : "";
+    }
+    return text;
+}
+
+std::size_t InputsEnabled(const CRecordingHost& host)
+{
+    const std::vector<std::string> calls = host.Transcript(REC_CALLS);
+    return static_cast<std::size_t>(std::count(calls.begin(), calls.end(), "EnableInput"));
+}
+
+/// Calls back at every line that contains a text.
+void At(CRecordingHost& host, const std::string& text, std::function<void()> action)
+{
+    host.OnRecord = [text, action](ERecorded, const std::string& line)
+    {
+        if (line.find(text) != std::string::npos)
+        {
+            action();
+        }
+    };
+}
+
+const char* const INIT_FAILED = "log TS_ERROR L1 -: Test Suite Initialization failed.\n";
+const char* const STOPPED = "log TS_ERROR L1 -: Test Suite Execution failed, and stop on failure was enabled.\n";
+const char* const CLEANUP = "log TS_FAILED L2 -: Attempting to call cleanup functions.\n";
+const char* const ROOT_ABORTED = "log TS_NONE L5 node:  - Aborted by user x:TestSuite.\n";
+} // namespace
+
+TEST(TestSuiteNode, PhasesAndTheirRuntimeState)
+{
+    CRecordingHost host;
+    CLoadedSuite suite(host, Suite("Succeed", "Succeed", "Succeed", "Succeed"), WITH_LIBRARY);
+    CSuiteRuntimeState leftBehind;
+    CSuiteRuntimeState state;
+    host.Services.RuntimeState = &leftBehind;
+    std::string story;
+    host.OnRecord = [&](ERecorded kind, const std::string& line)
+    {
+        const bool isEntry = kind == REC_TEST_LOG && line.find("[separator]") == std::string::npos;
+        if (line == "EnableInput")
+        {
+            EXPECT_EQ(host.Services.RuntimeState, story.find("enable") == std::string::npos ? nullptr : &state);
+            host.Services.RuntimeState = &state;
+            story += "enable ";
+        }
+        if (isEntry)
+        {
+            EXPECT_TRUE(host.Services.TestSuiteExecuting);
+            story += line.substr(10) + std::to_string(state.CurrentPhase) + ' ';
+        }
+    };
+    state.CurrentPhase = 7;
+    EXPECT_TRUE(suite.Run());
+    EXPECT_EQ(story, "enable enable i0 11 21 e2 enable ");
+    EXPECT_EQ(host.Services.RuntimeState, nullptr);
+    EXPECT_FALSE(host.Services.TestSuiteExecuting);
+    EXPECT_EQ(leftBehind.CurrentPhase, 0);
+
+    host.Services.RuntimeState = &state;
+    SetSuitePhase(FG_TESTS);
+    EXPECT_EQ(state.CurrentPhase, 1);
+    try
+    {
+        SetSuitePhase(static_cast<EFunctionGroupType>(3));
+        ADD_FAILURE() << "nothing thrown";
+    }
+    catch (const ZKRunTimeException& exception)
+    {
+        EXPECT_TRUE(std::string(exception.what()).ends_with(":\nUnexpected EFunctionGroupType: 3"));
+    }
+    EXPECT_EQ(state.CurrentPhase, 1);
+}
+
+TEST(TestSuiteNode, ResultsOfTheGroups)
+{
+    const struct
+    {
+        const char *init, *first, *second, *exit;
+        bool stopOnFail;
+        bool result;
+        std::string entered;
+        std::string errors;
+    } rows[] = {
+        {"Succeed", "Succeed", "Succeed", "Succeed", false, true, "i12e", ""},
+        {"Succeed", "Fail", "Succeed", "Succeed", false, true, "i12e", ""}, // the last group counts
+        {"Succeed", "Succeed", "Fail", "Succeed", false, false, "i12e", ""},
+        {"Succeed", "Fail", "Succeed", "Succeed", true, false, "i1e", STOPPED},
+        {"Fail", "Succeed", "Succeed", "Succeed", false, false, "ie", std::string(INIT_FAILED) + STOPPED},
+        {"Succeed", "Succeed", "Succeed", "Fail", false, false, "i12e", ""},
+        {"Abort", "Succeed", "Succeed", "Succeed", false, false, "ie", ROOT_ABORTED},
+        {"Succeed", "Abort", "Succeed", "Succeed", false, true, "i1e", ROOT_ABORTED},
+        {"Succeed", "Fail", "Abort", "Succeed", false, false, "i12e", ROOT_ABORTED},
+        {"Succeed", "Succeed", "Succeed", "Abort", false, false, "i12e",
+         "log TS_ERROR L1 -: Test suite cleanup failed unexpectedly:\\n -- stop\n"},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(std::string(row.init) + row.first + row.second + row.exit);
+        CRecordingHost host;
+        CLoadedSuite suite(host, Suite(row.init, row.first, row.second, row.exit), WITH_LIBRARY);
+        EXPECT_EQ(suite.Run(row.stopOnFail), row.result);
+        EXPECT_EQ(Entered(host), row.entered);
+        EXPECT_EQ(Errors(host), row.errors);
+        EXPECT_EQ(suite.Root().RunState(), row.result ? RS_PASSED : RS_FAILED);
+        EXPECT_EQ(InputsEnabled(host), 3U);
+    }
+}
+
+TEST(TestSuiteNode, ExceptionsOfGroups)
+{
+    const std::string init = "<x:InitGroup>" + Call("i") + "</x:InitGroup>";
+    const std::string group = "<x:Group>" + Call("1") + "</x:Group><x:Group>" + Call("2") + "</x:Group>";
+    const std::string exit = "<x:ExitGroup>" + Call("e") + "</x:ExitGroup>";
+    const auto failed = [](const std::string& what, const std::string& text)
+    { return "log TS_ERROR L1 -: Test suite " + what + "failed unexpectedly:\\n -- " + text + "\n"; };
+    const auto noChild = [](const std::string& element)
+    {
+        return "\\nZKEngine/Orvanta/GroupNode(LINE): CGroupNode::SomethingToExecute:\\n" + element +
+            " must have at least one child element.";
+    };
+    const struct
+    {
+        std::string body;
+        const char* at;
+        std::function<void()> raise;
+        std::string entered;
+        std::string errors;
+    } rows[] = {
+        {init + group + exit, "Entering x:Group", [] { throw ZKRunTimeException("T"); }, "ie",
+         failed("", "T") + CLEANUP},
+        {init + group + exit, "Entering x:Group", [] { throw std::runtime_error("r"); }, "ie",
+         failed("", "r") + CLEANUP},
+        {init + group + exit, "Entering x:Group", [] { throw 1; }, "ie", failed("", "<unknown failure>") + CLEANUP},
+        {init + "<x:Group iterator='$none' to='1'>" + Call("1") + "</x:Group>" + exit,
+         "",
+         {},
+         "ie",
+         failed("", "No such iterator: $none") + CLEANUP},
+        {"<x:InitGroup/>" + group + exit, "", {}, "e", failed("initialization ", noChild("x:InitGroup")) + CLEANUP},
+        {group + exit, "Entering x:Group", [] { throw ZKRunTimeException("T"); }, "e",
+         failed("initialization ", "T") + CLEANUP},
+        {init + group + "<x:ExitGroup/>", "", {}, "i12", failed("cleanup ", noChild("x:ExitGroup"))},
+        // An error while the first is being reported leaves the exit group out.
+        {init + "<x:Group/>" + exit, "Attempting", [] { throw std::runtime_error("L"); }, "i",
+         failed("", noChild("x:Group")) + failed("", "L")},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.body + row.at);
+        CRecordingHost host;
+        CLoadedSuite suite(host, row.body, WITH_LIBRARY, false);
+        if (row.raise)
+        {
+            At(host, row.at, row.raise);
+        }
+        EXPECT_FALSE(suite.Run());
+        EXPECT_EQ(Entered(host), row.entered);
+        EXPECT_EQ(std::regex_replace(Errors(host), std::regex("\\(\\d+\\)"), "(LINE)"), row.errors);
+    }
+}
+
+TEST(TestSuiteNode, ExhaustedMemoryEndsTheRunAtOnce)
+{
+    for (const char* phase : {"1", "e"})
+    {
+        for (const char* function : {"ThrowBadAlloc", "ThrowXercesOutOfMemory"})
+        {
+            CRecordingHost host;
+            const bool isExit = *phase == 'e';
+            CLoadedSuite suite(
+                host, Suite("Succeed", isExit ? "Succeed" : function, "Succeed", isExit ? function : "Succeed"),
+                WITH_LIBRARY);
+            CSuiteRuntimeState state;
+            At(host, "test-log: i", [&] { host.Services.RuntimeState = &state; });
+            host.Services.Helper = std::make_unique<CHelper>();
+            EXPECT_ANY_THROW(suite.Run());
+            EXPECT_EQ(Entered(host), isExit ? "i12e" : "i1");
+            EXPECT_EQ(InputsEnabled(host), 3U);
+            EXPECT_EQ(host.Services.RuntimeState, nullptr);
+            EXPECT_FALSE(host.Services.TestSuiteExecuting);
+            EXPECT_EQ(host.Services.Helper, nullptr);
+            EXPECT_EQ(suite.Root().RunState(), RS_FAILED);
+        }
+    }
+}
+
+TEST(TestSuiteNode, AHelperLeftBehindIsRemoved)
+{
+    CRecordingHost host;
+    CLoadedSuite suite(host, Suite("Succeed", "Succeed", "Succeed", "Succeed"), WITH_LIBRARY);
+    host.Services.Helper = std::make_unique<CHelper>();
+    EXPECT_TRUE(suite.Run());
+    EXPECT_EQ(host.Services.Helper, nullptr);
+    EXPECT_EQ(Errors(host),
+              "log TS_FAILED L2 -: Internal error: Global helper class not cleaned up by test suite.  "
+              "Attempting cleanup now...\n");
+}
+
+TEST(TestSuiteNode, ALibraryThatCannotBeOpened)
+{
+    const std::string head = R"(
+log TS_ERROR L1 -: Unable to open test suite Library: libnosuch.so
+log TS_FAILED L2 (255,0,0,255 400): Error message: /nowhere/libnosuch.so: no such file
+)";
+    const std::string advice = "log TS_FAILED L2 (255,0,0,255 400 italic): --------------------------\\n";
+    const struct
+    {
+        const char* attributes;
+        const char* elements;
+        std::string lines;
+    } rows[] = {
+        {"library='nosuch'", "", head},
+        {"dll='nosuch'", "<x:LibraryLoadError>Ask.</x:LibraryLoadError>", head + advice + "Ask.\n"},
+        {"library='nosuch' dll='EngineTests'", "<x:DllLoadError>Old.</x:DllLoadError>", head + advice + "Old.\n"},
+        {"library='nosuch'", "<x:DllLoadError>Old.</x:DllLoadError><x:LibraryLoadError>New.</x:LibraryLoadError>",
+         head + advice + "New.\n"},
+        {"library='nosuch'", "<x:DllLoadError>Old.</x:DllLoadError><x:LibraryLoadError/>", head},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.elements);
+        CRecordingHost host;
+        host.Services.LibraryPath = {"/nowhere"};
+        CLoadedSuite suite(host, row.elements + Suite("Succeed", "Succeed", "Succeed", "Succeed"), row.attributes);
+        EXPECT_FALSE(suite.Run());
+        EXPECT_EQ("\n" + host.Text(), row.lines);
+        EXPECT_EQ(host.Text(REC_STATE), "state / x:TestSuite 1\nstate / x:TestSuite 3\n");
+        EXPECT_EQ(InputsEnabled(host), 1U);
+        EXPECT_FALSE(host.Services.TestSuiteExecuting);
+    }
+}
+
+TEST(TestSuiteNode, WhereTheLibraryComesFrom)
+{
+    const struct
+    {
+        const char* attributes;
+        bool found;
+    } rows[] = {{"library='EngineTests'", true},
+                {"dll='EngineTests'", true},
+                {"library='' dll='EngineTests'", false},
+                {"", false}};
+    for (const auto& row : rows)
+    {
+        CRecordingHost host;
+        CLoadedSuite suite(host, "<x:Group>" + Call("1") + "</x:Group>", row.attributes, false);
+        EXPECT_EQ(suite.Run(), row.found) << row.attributes;
+        EXPECT_EQ(Errors(host), row.found ? "" : "log TS_ERROR L1 -: Couldn't find function: Succeed.\n");
+        EXPECT_EQ(suite.Root().DoGetLibWrapper() != nullptr, row.found);
+    }
+    // Functions are looked up once, when the tree is built.
+    CRecordingHost host;
+    const std::vector<std::string> path = std::exchange(host.Services.LibraryPath, {"/nowhere"});
+    CLoadedSuite late(host, "<x:Group>" + Call("1") + "</x:Group>", WITH_LIBRARY, false);
+    host.Services.LibraryPath = path;
+    EXPECT_FALSE(late.Run());
+    EXPECT_EQ(Errors(host), "log TS_ERROR L1 -: Couldn't find function: Succeed.\n");
+}
+
+TEST(TestSuiteNode, MissingAndRepeatedPhaseGroups)
+{
+    const auto group = [](const char* element, const char* label, const char* function = "Succeed")
+    { return std::string("<x:") + element + ">" + Call(label, function) + "</x:" + element + ">"; };
+    CRecordingHost host;
+    CLoadedSuite none(host, group("Group", "1") + group("Group", "2", "Fail"), WITH_LIBRARY, false);
+    CSuiteRuntimeState state;
+    At(host, "test-log: 1", [&] { host.Services.RuntimeState = &state; });
+    EXPECT_FALSE(none.Run());
+    EXPECT_EQ(Entered(host), "12");
+    EXPECT_EQ(state.CurrentPhase, 2);
+    EXPECT_EQ(Errors(host), "");
+
+    // The last of a kind counts; the others run like any child. Nothing behind the exit group runs.
+    host.OnRecord = nullptr;
+    host.Clear();
+    CLoadedSuite many(host,
+                      group("InitGroup", "a", "Fail") + group("InitGroup", "b") + group("ExitGroup", "c", "Fail") +
+                          group("Group", "d") + group("ExitGroup", "e") + group("Group", "f"),
+                      WITH_LIBRARY, false);
+    EXPECT_TRUE(many.Run());
+    EXPECT_EQ(Entered(host), "abcde");
+    EXPECT_EQ(Errors(host), "");
+}
+
+TEST(TestSuiteNode, DebugModeSetting)
+{
+    const struct
+    {
+        const char* value; // null: no such setting
+        ETestSuiteMode hostMode;
+        const char* emitted;
+    } rows[] = {
+        {"true", MODE_NORMAL, "1"}, {"true", MODE_DEBUG, ""},   {"5", MODE_NORMAL, "1"},    {"false", MODE_NORMAL, ""},
+        {"false", MODE_DEBUG, "0"}, {nullptr, MODE_NORMAL, ""}, {nullptr, MODE_DEBUG, "0"},
+    };
+    for (const auto& row : rows)
+    {
+        CRecordingHost host;
+        host.Services.TestSuiteMode = row.hostMode;
+        const std::string variables = row.value
+            ? "<x:Variables><x:Define type='BOOL' name='$d' ZKconfig='DEBUG_MODE' value='" + std::string(row.value) +
+                "'/></x:Variables>"
+            : "";
+        CLoadedSuite suite(host, variables + Suite("Succeed", "Succeed", "Succeed", "Succeed"));
+        EXPECT_EQ(suite.Root().Selected(), row.hostMode == MODE_NORMAL);
+        std::string emitted;
+        QObject::connect(&suite.Root(), &CTestSuiteNode::UpdateTestSuiteMode,
+                         [&](ETestSuiteMode mode) { emitted += std::to_string(mode); });
+        suite.Root().EmitNodeSettings();
+        EXPECT_EQ(emitted, row.emitted) << (row.value ? row.value : "none") << row.hostMode;
+    }
+}
+
+TEST(TestSuiteNode, VariablesStartAnewInEveryRun)
+{
+    CRecordingHost host;
+    CLoadedSuite suite(host,
+                       "<x:Variables><x:Local type='LONG' name='$i' value='5'/></x:Variables><x:InitGroup>" +
+                           Call("i") + "</x:InitGroup><x:Group iterator='$i' from='1' to='3'>" + Call("1") +
+                           "</x:Group><x:ExitGroup>" + Call("e") + "</x:ExitGroup>",
+                       WITH_LIBRARY);
+    std::string seen;
+    At(host, "Entering x:Function", [&] { seen += std::to_string(CVariables::Value("$i")); });
+    EXPECT_TRUE(suite.Run());
+    EXPECT_TRUE(suite.Run());
+    EXPECT_EQ(seen, "51235123");
+    EXPECT_EQ(suite.Root().Results().ExecCount, 2U); // nor do counts add up; phase groups don't count towards the root
+}
+
+TEST(TestSuiteNode, DiagnosticRun)
+{
+    CRecordingHost host;
+    CLoadedSuite suite(host, R"(<x:InitGroup><x:Function name="Succeed"/></x:InitGroup>
+        <x:Group name="G"><x:Function name="Succeed" label="Bar"/><x:Function name="Fail" label="Fail"/></x:Group>
+        <x:Group><x:Function name="Succeed"/></x:Group>
+        <x:ExitGroup><x:Function name="Missing"/></x:ExitGroup>)",
+                       WITH_LIBRARY);
+    suite.Node("/1/1").SetSelected(false, SELECT_NOT_UP);
+    suite.Node("/2/0").SetSelected(false, SELECT_ALL); // and with it its group, which then lists nothing
+    suite.Node("/2").SetSelected(false, static_cast<ESelectOption>(SELECT_NOT_DOWN | SELECT_NOT_UP));
+    host.Services.ExecutionType = EXECUTION_DIAGNOSTIC;
+    EXPECT_FALSE(suite.Run());
+    EXPECT_EQ("\n" + host.Text(REC_ALL & ~REC_FLUSH), R"(
+state / x:TestSuite 1
+log TS_NONE L3 -: This is a Test Suite Node.  Type: x:InitGroup.
+ClearTestStatus
+log TS_NONE/4 L3 unlogged: Calling function: Succeed
+log TS_NONE L3 -: 
+log TS_NONE L3 unlogged:     - no parameters
+log TS_NONE L3 -: 
+log TS_NONE L3 -: This is a Test Suite Node.  Type: x:Group.
+ClearTestStatus
+log TS_NONE/4 L3 unlogged: Calling function: Succeed
+log TS_NONE L3 (112,112,112,255 400 italic):  (Bar)
+log TS_NONE L3 unlogged:     - no parameters
+log TS_NONE L3 -: 
+log TS_NONE L3 -: This is a Test Suite Node.  Type: x:ExitGroup.
+ClearTestStatus
+log TS_NONE/4 L3 unlogged: Calling function: Missing
+log TS_NONE L3 -: 
+log TS_FAILED L2 -: Couldn't find function: Missing.
+state / x:TestSuite 3
+)");
+    for (const char* path : {"/0", "/0/0", "/3", "/3/0"})
+    {
+        EXPECT_FALSE(suite.Node(path).Selected()) << path;
+    }
+    EXPECT_TRUE(suite.Node("/1").Selected());
+}
+
+TEST(TestSuiteNode, ConstructionThatFailsLeavesNoVariables)
+{
+    const struct
+    {
+        const char* declarations;
+        bool isSuiteException;
+        const char* text;
+    } rows[] = {
+        {"<x:Other type='LONG'/>", true,
+         "\nZKEngine/Orvanta/TestSuiteNode\\(\\d+\\): CTestSuiteNode::ResetVariableList:\nInvalid variable type: x:Other"},
+        {"<x:Local type='LONG' name='$a'/><x:Define type='BYTE' name='$a'/>", true, "Variable already exists:  \\$a"},
+        {"<x:Local type='long' name='$a'/>", false, "Invalid variable type: long\\."},
+        {"<x:Other/>", false, "Invalid variable type: \\."}, // the type is converted first
+    };
+    for (const auto& row : rows)
+    {
+        CRecordingHost host;
+        CLoadedSuite other(host, "<x:Group/>", "", false);
+        EXPECT_TRUE(CVariables::AreSet());
+        pugi::xml_document document;
+        const std::string file = CLoadedSuite::File(
+            "<x:Group>" + Call("1") + "</x:Group><x:Variables>" + row.declarations + "</x:Variables>", WITH_LIBRARY);
+        ASSERT_TRUE(document.load_string(file.c_str()));
+        try
+        {
+            const CTestSuiteNode root(document.document_element());
+            ADD_FAILURE() << "nothing thrown";
+        }
+        catch (const ZKDOMDocException& exception)
+        {
+            EXPECT_TRUE(std::regex_match(exception.what(), std::regex(row.text))) << exception.what();
+            EXPECT_EQ(dynamic_cast<const CTestSuiteException*>(&exception) != nullptr, row.isSuiteException);
+            EXPECT_EQ(exception.Status(), TS_ERROR);
+        }
+        EXPECT_FALSE(CVariables::AreSet());
+    }
+}
+
+TEST(TestSuiteNode, TheRootBuiltOrRunLastOwnsTheVariables)
+{
+    CRecordingHost host;
+    const auto body = [](const char* value)
+    {
+        return std::string("<x:Variables><x:Local type='LONG' name='$i' value='") + value +
+            "'/></x:Variables><x:Group>" + Call("1") + "</x:Group>";
+    };
+    CLoadedSuite first(host, body("1"), WITH_LIBRARY, false);
+    auto second = std::make_unique<CLoadedSuite>(host, body("2"), WITH_LIBRARY, false);
+    EXPECT_EQ(CVariables::Value("$i"), 2U);
+    first.Run();
+    EXPECT_EQ(CVariables::Value("$i"), 1U);
+    second.reset();
+    EXPECT_FALSE(CVariables::AreSet());
+    first.Run();
+    EXPECT_TRUE(CVariables::AreSet());
+
+    const CTestSuiteNode empty{pugi::xml_node()};
+    EXPECT_FALSE(empty.IsValid());
+    EXPECT_TRUE(empty.Name().isEmpty());
+    EXPECT_TRUE(first.Root().IsValid());
+    EXPECT_EQ(first.Root().Name(), QStringLiteral("Suite"));
+}

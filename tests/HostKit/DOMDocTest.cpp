@@ -1,0 +1,210 @@
+#include "TestServices.h"
+
+#include <HostKit/DOMDoc.h>
+
+#include <QTemporaryDir>
+
+#include <filesystem>
+#include <fstream>
+
+namespace
+{
+const QString URI = QStringLiteral("urn:zelkor:test-suite");
+const std::string OPEN = "<x:TestSuite xmlns:x=\"urn:zelkor:test-suite\">";
+const std::string GROUPS = "<x:InitGroup/><x:ExitGroup/>";
+const std::string CLOSE = "</x:TestSuite>";
+
+/// A valid suite whose elements nest `depth` deep.
+std::string Nested(unsigned depth)
+{
+    std::string text = OPEN + "<x:InitGroup/>";
+    for (unsigned i = 1; i < depth; ++i)
+    {
+        text += "<x:Group>";
+    }
+    for (unsigned i = 1; i < depth; ++i)
+    {
+        text += "</x:Group>";
+    }
+    return text + "<x:ExitGroup/>" + CLOSE;
+}
+} // namespace
+
+class DOMDocTest : public testing::Test
+{
+protected:
+    static void SetUpTestSuite() { parser = std::make_unique<CDOMParser>(QStringLiteral("ZKTestSuiteSchema.xsd")); }
+    static void TearDownTestSuite() { parser.reset(); }
+
+    std::string Write(std::string_view text, const char* name = "suite.xml") const
+    {
+        const std::string path = folder + "/" + name;
+        std::ofstream(path, std::ios::binary) << text;
+        return path;
+    }
+
+    /// Every error as "line:column: severity: message", a line each; "valid" when the document parses.
+    static std::string Errors(CDOMDoc& document)
+    {
+        const bool parsed = document.ParseDoc();
+        std::string text = parsed ? "valid\n" : "";
+        for (std::size_t i = 0; i < document.ErrorCount(); ++i)
+        {
+            const CDOMError& error = document.Error(i);
+            text += std::to_string(error.LineNumber()) + ":" + std::to_string(error.ColumnNumber()) + ": " +
+                error.ErrorSeverityStr() + ": " + error.Message() + "\n";
+            EXPECT_EQ(error.SchemaURI(), URI.toStdString());
+        }
+        EXPECT_EQ(parsed, document.Parsed());
+        EXPECT_EQ(parsed, static_cast<bool>(document.GetRootElement()));
+        return text;
+    }
+    static std::string ErrorsOfPath(const std::string& path)
+    {
+        CDOMDoc document(parser.get(), URI, QString::fromStdString(path));
+        return Errors(document);
+    }
+    std::string ErrorsOf(std::string_view text) const { return ErrorsOfPath(Write(text)); }
+
+    static std::unique_ptr<CDOMParser> parser;
+    const QTemporaryDir temporary;
+    const std::string folder = temporary.path().toStdString();
+};
+
+std::unique_ptr<CDOMParser> DOMDocTest::parser;
+
+TEST_F(DOMDocTest, PathsThatHoldNoDocument)
+{
+    EXPECT_EQ(ErrorsOfPath(folder + "/missing.xml"), "1:1: Fatal Error: " + folder + "/missing.xml: no such file\n");
+    EXPECT_EQ(ErrorsOfPath(folder), "1:1: Fatal Error: " + folder + ": is a folder, not a file\n");
+    EXPECT_EQ(ErrorsOfPath("/dev/null"), "1:1: Fatal Error: /dev/null: is not a regular file\n");
+    EXPECT_EQ(ErrorsOfPath(Write("")), "1:1: Fatal Error: " + folder + "/suite.xml: is empty\n");
+}
+
+TEST_F(DOMDocTest, WhatIsNotASuiteIsReportedWithItsPlace)
+{
+    const std::string refusedDTD =
+        "Fatal Error: a document type definition (<!DOCTYPE>) is not allowed; remove it and whatever it declares\n";
+    const std::vector<std::pair<std::string, std::string>> rows{
+        {"no xml", "1:1: Fatal Error: invalid document structure\n"},
+        {OPEN + "\n<x:InitGroup>",
+         "2:14: Fatal Error: input ended before all started tags were ended; last tag started "
+         "is 'InitGroup'\n"},
+        {OPEN + "\n&secret;" + CLOSE, "2:9: Fatal Error: entity 'secret' not found\n"},
+        {"<!DOCTYPE a [<!ENTITY e 'x'>\n<!ENTITY f '&e;&e;'>]>" + OPEN + "&f;" + CLOSE, "1:13: " + refusedDTD},
+        {"\n<!DOCTYPE a SYSTEM 'file:///etc/hostname'>" + OPEN + GROUPS + CLOSE, "2:42: " + refusedDTD},
+        {"<x:InitGroup xmlns:x='urn:zelkor:test-suite'/>",
+         "1:47: Error: no declaration found for element "
+         "'x:InitGroup'\n"},
+        {"<?xml version='1.0' encoding='windows-1251'?>" + OPEN + GROUPS + "<x:Tooltip>\xC4</x:Tooltip>" + CLOSE,
+         "1:1: Fatal Error: the file's encoding is not supported; save it as UTF-8\n"},
+        {Nested(256), "valid\n"},
+        {Nested(257), "1:2355: Fatal Error: elements nest deeper than 256 levels\n"},
+    };
+    for (const auto& [text, errors] : rows)
+    {
+        EXPECT_EQ(ErrorsOf(text), errors) << text.substr(0, 200);
+    }
+}
+
+TEST_F(DOMDocTest, NamespaceTroubleSaysWhatToWrite)
+{
+    EXPECT_EQ(ErrorsOf("<!-- none -->\n<TestSuite></TestSuite>"),
+              "2:12: Error: no declaration found for element 'TestSuite'\n"
+              "2:1: Error: the root element \"TestSuite\" is not in the namespace \"urn:zelkor:test-suite\"; declare "
+              "xmlns:x=\"urn:zelkor:test-suite\" and use the prefix x\n");
+    EXPECT_EQ(
+        ErrorsOf("<x:TestSuite xmlns:x='urn:zelkor:test-suite' xmlns:y='urn:zelkor:test-suite'>\n"
+                 " <y:InitGroup/><y:ExitGroup/></x:TestSuite>"),
+        "2:2: Error: the element \"y:InitGroup\" is in the namespace \"urn:zelkor:test-suite\" without the prefix "
+        "x; declare xmlns:x=\"urn:zelkor:test-suite\" and use the prefix x for every element\n");
+}
+
+TEST_F(DOMDocTest, EveryErrorIsReported)
+{
+    const std::string errors =
+        ErrorsOf(OPEN + "\n<x:InitGroup bad='1'/>\n<x:ExitGroup\n  worse='2'/>\n<x:Odd/>" + CLOSE);
+    EXPECT_TRUE(errors.starts_with("2:23: Error: attribute 'bad' is not declared for element 'InitGroup'\n"
+                                   "4:14: Error: attribute 'worse' is not declared for element 'ExitGroup'\n"
+                                   "5:9: Error: no declaration found for element 'x:Odd'\n"
+                                   "5:23: Error: element 'x:Odd' is not allowed for content model"))
+        << errors;
+}
+
+TEST_F(DOMDocTest, SchemaHintsAndOtherFilesAreIgnored)
+{
+    Write("<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' targetNamespace='urn:other'>"
+          "<xs:element name='Free'/></xs:schema>",
+          "other.xsd");
+    const std::string suite = "<x:TestSuite xmlns:x='urn:zelkor:test-suite' xmlns:o='urn:other' "
+                              "xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' "
+                              "xsi:schemaLocation='urn:other other.xsd urn:zelkor:test-suite other.xsd'>" +
+        GROUPS;
+    EXPECT_EQ(ErrorsOf(suite + CLOSE), "valid\n");
+    EXPECT_NE(ErrorsOf(suite + "<o:Free/>" + CLOSE).find("no declaration found for element 'o:Free'"),
+              std::string::npos);
+}
+
+TEST_F(DOMDocTest, PlacesAreThoseOfTheStartTags)
+{
+    const std::string body = "<?xml version='1.0' encoding='UTF-8'?>\r\n<!-- <x:No/> ü -->\r\n" + OPEN +
+        "<x:Tooltip>ü <![CDATA[<x:No>]]></x:Tooltip>  <x:InitGroup\n\n   label='a &gt; b > c'\n/><?pi <x:No/> ?>"
+        "\n\t<x:Group\n><x:Group/></x:Group><x:ExitGroup/>" +
+        CLOSE;
+    const std::vector<std::string> expected{"x:TestSuite 3:1", "x:Tooltip 3:46", "x:InitGroup 3:91",
+                                            "x:Group 7:2",     "x:Group 8:2",    "x:ExitGroup 8:22"};
+    for (const std::string& text : {body, "\xEF\xBB\xBF" + body})
+    {
+        CDOMDoc document(parser.get(), URI, QString::fromStdString(Write(text)));
+        ASSERT_EQ(Errors(document), "valid\n");
+        std::vector<std::string> places;
+        for (const pugi::xpath_node& found : CDOMDoc::RunQuery(document.GetRootElement(), "//*"))
+        {
+            const SElementPlace place = document.Place(found.node());
+            places.push_back(found.node().name() + (" " + std::to_string(place.line)) + ":" +
+                             std::to_string(place.column));
+        }
+        EXPECT_EQ(places, expected);
+        EXPECT_EQ(document.Place(pugi::xml_node()).line, 0U);
+        EXPECT_EQ(document.Place(document.GetRootElement().first_child().first_child()).line, 0U);
+    }
+}
+
+TEST_F(DOMDocTest, Utf16DocumentsKeepTextAndLines)
+{
+    std::u16string text =
+        u"\uFEFF<?xml version='1.0' encoding='UTF-16'?>\n<x:TestSuite xmlns:x='urn:zelkor:test-suite' "
+        u"name='ü'>\n<x:InitGroup/>\n<x:ExitGroup/></x:TestSuite>";
+    CDOMDoc document(parser.get(), URI,
+                     QString::fromStdString(Write({reinterpret_cast<const char*>(text.data()), text.size() * 2})));
+    ASSERT_EQ(Errors(document), "valid\n");
+    EXPECT_EQ(CDOMDoc::GetAttribute(document.GetRootElement(), QStringLiteral("name")), QStringLiteral("ü"));
+    EXPECT_EQ(document.Place(document.GetRootElement().first_child()).line, 3U);
+}
+
+TEST_F(DOMDocTest, EachParseStartsAfresh)
+{
+    const std::string path = Write(OPEN + CLOSE);
+    CDOMDoc document(parser.get(), URI, QString::fromStdString(path));
+    EXPECT_EQ(document.Name(), QStringLiteral("suite.xml"));
+    EXPECT_NE(Errors(document), "valid\n");
+    Write("<x:TestSuite xmlns:x='urn:zelkor:test-suite' name='N'>" + GROUPS + CLOSE);
+    EXPECT_EQ(Errors(document), "valid\n");
+    const pugi::xml_node root = document.GetRootElement();
+    EXPECT_EQ(CDOMDoc::GetAttribute(root, QStringLiteral("library")), QString());
+    EXPECT_EQ(CDOMDoc::GetAllAttributes(root).at(QStringLiteral("name")), QStringLiteral("N"));
+    EXPECT_EQ(CDOMDoc::RunQuery(root, "x:InitGroup").size(), 1U);
+    EXPECT_EQ(CDOMDoc::RunQuery(pugi::xml_node(), "x:InitGroup").size(), 0U);
+    document.Reset();
+    EXPECT_FALSE(document.Parsed() || document.GetRootElement());
+    std::filesystem::remove(path);
+    EXPECT_NE(Errors(document), "valid\n");
+    EXPECT_EQ(document.ErrorCount(), 1U);
+}
+
+TEST_F(DOMDocTest, UnknownSchemasAreRefused)
+{
+    EXPECT_EQ(Outcome([] { CDOMParser unknown(QStringLiteral("Other.xsd")); }),
+              "error: There is no schema \"Other.xsd\".");
+    EXPECT_TRUE(CDOMParser::SchemaText(QStringLiteral("ZKTestSuiteSchema.xsd")).contains("urn:zelkor:test-suite"));
+}

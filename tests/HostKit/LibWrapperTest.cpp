@@ -1,0 +1,78 @@
+#include "TestServices.h"
+
+#include <HostKit/LibWrapper.h>
+
+#include <QTemporaryDir>
+
+#include <filesystem>
+#include <fstream>
+
+class LibWrapperTest : public CServicesTest
+{
+protected:
+    const std::string probe1 = PROBE_FOLDER "1";
+    const std::string probe2 = PROBE_FOLDER "2";
+    const QTemporaryDir temporary;
+    const std::string empty = temporary.path().toStdString();
+};
+
+TEST_F(LibWrapperTest, FileNames)
+{
+    const std::vector<std::pair<const char*, const char*>> names{
+        {"probe", "libprobe.so"},       {"probe.so", "probe.so"},       {"libprobe.so.5", "libprobe.so.5"},
+        {"probe.dll", "libprobe.so"},   {"probe.dylib", "libprobe.so"}, {"probe.soup", "libprobe.soup.so"},
+        {"probe.v2", "libprobe.v2.so"}, {"a.dll.dll", "liba.dll.so"},   {"so", "libso.so"},
+    };
+    for (const auto& [name, file] : names)
+    {
+        EXPECT_EQ(MakeLibraryName(name), file);
+    }
+}
+
+TEST_F(LibWrapperTest, TheFirstFolderThatHasTheLibraryWins)
+{
+    services.LibraryPath = {empty, std::filesystem::relative(probe2).string(), probe1};
+    CLibWrapper library("probe", true);
+    EXPECT_EQ(library.GetFunction("ProbeNumber"), nullptr);
+    ASSERT_TRUE(library.OpenLibrary()) << library.GetDiagnostic().c_str();
+    ASSERT_TRUE(library.OpenLibrary() && library.IsLoaded());
+    EXPECT_EQ(library.GetDiagnostic(), "");
+    const auto number = reinterpret_cast<int (*)()>(library.GetFunction("ProbeNumber"));
+    ASSERT_NE(number, nullptr);
+    EXPECT_EQ(number(), 2);
+    EXPECT_EQ(library.GetFunction("NoSuchFunction"), nullptr);
+    EXPECT_EQ(library.GetFunction("strlen"), nullptr) << "a library that this one depends on";
+    EXPECT_EQ(library.GetFunction("ProbeData"), nullptr) << "no function";
+}
+
+TEST_F(LibWrapperTest, DiagnosticNamesEveryFolderAndReason)
+{
+    std::ofstream(empty + "/libprobe.so") << "no library";
+    services.LibraryPath = {empty, empty + "/missing"};
+    CLibWrapper library("probe.dll", false);
+    EXPECT_FALSE(library.OpenLibrary());
+    EXPECT_EQ(library.GetDiagnostic(),
+              (empty + "/libprobe.so: file too short\n" + empty + "/missing/libprobe.so: no such file").c_str());
+    services.LibraryPath.push_back(probe1);
+    EXPECT_TRUE(library.OpenLibrary());
+    EXPECT_EQ(library.GetDiagnostic(), "");
+}
+
+TEST_F(LibWrapperTest, NamesAreNeverLookedForElsewhere)
+{
+    CLibWrapper system("libc.so.6", true);
+    EXPECT_FALSE(system.OpenLibrary());
+    EXPECT_EQ(system.GetDiagnostic(), "libc.so.6: no folder is set in which to look for it.");
+    services.LibraryPath = {empty};
+    EXPECT_FALSE(system.OpenLibrary());
+    const std::string path = probe1 + "/libprobe.so";
+    for (const std::string& name : {path, std::string("..\\probe")})
+    {
+        CLibWrapper library(name.c_str(), true);
+        EXPECT_FALSE(library.OpenLibrary());
+        EXPECT_NE(std::string_view(library.GetDiagnostic()).find("path separator"), std::string_view::npos) << name;
+    }
+    CLibWrapper nameless("", true);
+    EXPECT_FALSE(nameless.OpenLibrary());
+    EXPECT_EQ(nameless.GetDiagnostic(), "The test library has no name.");
+}
