@@ -12,6 +12,7 @@
 
 namespace
 {
+constexpr int EXIT_GROUP_REQUEST = 2; ///< the one that ends the exit group as well
 constexpr int LAST_REQUEST = 3;
 
 std::atomic<CUIUpdate*> g_Update = nullptr;
@@ -31,6 +32,18 @@ extern "C" void RequestAbort(int signal)
         update->AbortFunction(true);
     }
     CCallTree::Cancel(true);
+}
+
+/// Withdraws the abort that so many requests asked for, now that it has come as far as it goes: what still runs may
+/// prompt. A request that arrives meanwhile stands.
+void Settle(int requests)
+{
+    CUIUpdate& update = CUIUpdate::GetUIUpdate();
+    update.AbortFunction(false);
+    if (g_Requests > requests)
+    {
+        update.AbortFunction(true);
+    }
 }
 
 void Handle(void (*handler)(int))
@@ -79,10 +92,14 @@ void CInterrupt::OutputFlushed(bool complete)
     {
         return;
     }
-    const bool sparesExitGroup = m_Root.Phase() == FG_EXIT && requests == 1;
-    if (requests > m_Raised && !sparesExitGroup)
+    const int needed = m_Root.Phase() == FG_EXIT ? EXIT_GROUP_REQUEST : 1;
+    if (requests > 0 && requests < needed)
     {
-        m_Raised = requests;
+        Settle(requests);
+    }
+    if (requests >= needed && m_Raised < needed)
+    {
+        m_Raised = needed;
         RaiseUserAbort("Interrupted by the operator.");
     }
 }

@@ -7,9 +7,9 @@
 class CTestSuiteLog;
 class CTestSuiteNode;
 
-/// Ctrl-C while it lives. Once: the run counts as aborted and stops before the next node; the exit group still runs.
-/// Twice: the exit group stops before its next node too. The third time ends the process. The abort is raised only at
-/// the flush that opens a node's run, never at one that follows a change of state, so that no handler, summary or lock
+/// Ctrl-C while it lives. Once: the run counts as aborted and stops before the next node; the exit group still runs,
+/// its prompts included. Twice, whenever the second one came: the exit group stops before its next node too. The third
+/// time ends the process. The abort is raised only at the flush that opens a node's run, never at one that follows a change of state, so that no handler, summary or lock
 /// release is cut short. Lives for one run; the log and the tree outlive it.
 class CInterrupt : public CHostListener
 {
@@ -27,7 +27,7 @@ public:
 private:
     CTestSuiteLog& m_SuiteLog;
     const CTestSuiteNode& m_Root;
-    int m_Raised = 0;            ///< how many requests have become an abort
+    int m_Raised = 0;            ///< the number of the request that became an abort last
     bool m_StateChanged = false; ///< the next flush follows a change of state
     QObject m_Connections;       ///< the last member, so that its end disconnects first
 };

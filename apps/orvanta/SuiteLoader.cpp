@@ -7,6 +7,7 @@
 #include <HostKit/AppState.h>
 #include <HostKit/TestSuiteFilters.h>
 #include <Orvanta/DOMDocTestSuite.h>
+#include <Orvanta/MakeNode.h>
 #include <Orvanta/VariableList.h>
 
 #include <QFile>
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <stdexcept>
 #include <string_view>
 #include <tuple>
 
@@ -135,6 +137,37 @@ void FollowMode(CTestSuiteNode& root)
     root.EmitNodeSettings();
 }
 
+/// The innermost element below (or at) one whose node cannot be built by itself; null when all of them can.
+pugi::xml_node FindUnbuildable(const pugi::xml_node& element)
+{
+    for (const pugi::xml_node& child : element.children())
+    {
+        if (const pugi::xml_node found = FindUnbuildable(child))
+        {
+            return found;
+        }
+    }
+    return Guarded(
+        [&]
+        {
+            MakeNode(element, nullptr, 0);
+            return pugi::xml_node();
+        },
+        [](OutOfMemory) -> pugi::xml_node { throw; }, [&](const std::exception&) { return element; });
+}
+
+/// An exception from the building of a tree, at the place of the element that is to blame.
+SProblem BuildProblem(const CDOMDocTestSuite& document, const std::exception& exception)
+{
+    const pugi::xml_node culprit = FindUnbuildable(document.GetRootElement());
+    const SElementPlace place = document.Place(culprit);
+    const bool isUnknownWord = dynamic_cast<const std::out_of_range*>(&exception) && culprit;
+    const std::string reason = isUnknownWord
+        ? std::string("the operator '") + culprit.attribute("operator").value() + "' is not known"
+        : OneLine(exception.what());
+    return {place.line, place.column, "error", culprit ? std::string(culprit.name()) + ": " + reason : reason};
+}
+
 void BuildTree(SLoadedSuite& suite, bool keepMode)
 {
     Guarded(
@@ -151,7 +184,7 @@ void BuildTree(SLoadedSuite& suite, bool keepMode)
         [&](const std::exception& exception)
         {
             suite.root.reset();
-            suite.problems.push_back({0, 0, "error", OneLine(exception.what())});
+            suite.problems.push_back(BuildProblem(*suite.state->Document(), exception));
         },
         [&](UnknownFailure)
         {

@@ -44,7 +44,7 @@ void CTerminalListener::Printed(ELogLevel level, bool line, std::string_view tex
 
 void CTerminalListener::TestLogAdded(std::string_view text, bool isTest, bool isSeparator)
 {
-    if (LL_NORMAL <= m_Level && !isSeparator)
+    if (LL_NORMAL <= m_Level && !isSeparator && !text.empty())
     {
         EndLine();
         Show((isTest ? "Test: " : "Step: ") + std::string(text), {}, true);
