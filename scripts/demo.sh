@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Builds Orvanta and runs the example suite; arguments are handed on to `orvanta run` (scripts/demo.sh -vv).
-# Exits with the run's exit code.
+# An --answers or --record among them replaces the script's own. Exits with the run's exit code.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 log=build/demo-build.log
 record=build/release/demo-record.jsonl
+example=build/release/examples/filesystem
 
 # step WHAT COMMAND...: runs the command silently; when it fails, shows its output and ends the script.
 step()
@@ -24,12 +25,28 @@ mkdir -p build
 step "Configuring" cmake --preset release
 step "Building" cmake --build --preset release --target orvanta FileSystemTests
 
+# default OPTION FILE ARGUMENT...: adds the option to the run unless it is among the arguments.
+run=(build/release/apps/orvanta/orvanta run "$@")
+default()
+{
+    local option=$1 file=$2 argument
+    shift 2
+    for argument; do
+        if [[ "$argument" == "$option" || "$argument" == "$option="* ]]; then
+            return
+        fi
+    done
+    run+=("$option" "$file")
+}
+
 rm -f "$record"
-run=(build/release/apps/orvanta/orvanta run "$@" --record "$record" build/release/examples/filesystem/filesystem.xml)
+default --answers "$example/answers.json" "$@"
+default --record "$record" "$@"
+run+=("$example/filesystem.xml")
 printf '\n$ %s\n' "${run[*]}"
 code=0
 "${run[@]}" || code=$?
 
-printf '\nRun record: %s\n' "$([[ -e "$record" ]] && printf '%s' "$record" || printf 'none was written')"
-printf 'Exit code: %d\n' "$code"
+# The run itself has named its record.
+printf '\nExit code: %d\n' "$code"
 exit "$code"

@@ -10,9 +10,8 @@
 
 using namespace std::string_view_literals;
 
-ZK_TEST(ReadBack, void* scratch, uint32_t blockSize, uint64_t* bytesVerified)
+ZK_TEST(ReadBack, void* scratch, uint32_t blockSize, uint8_t blocks, uint64_t* bytesVerified)
 {
-    constexpr unsigned blocks = 4;
     const TestFolder folder(scratch, "read-back");
     const File file = folder ? folder.Open("data") : File();
     if (!file)
@@ -150,6 +149,25 @@ ZK_TEST(SparseFile, void* scratch, uint32_t holeSize, bool* sparse, uint64_t* al
     return true;
 }
 
+ZK_TEST(FarOffset, void* scratch, uint32_t offset)
+{
+    constexpr std::size_t size = 0x1000;
+    const TestFolder folder(scratch, "far-offset");
+    const File file = folder ? folder.Open("data") : File();
+    const Bytes bytes = Pattern(size, offset);
+    if (!file || !WriteAt(file, bytes, offset))
+    {
+        return false;
+    }
+    const auto status = StatusOf(file);
+    const auto start = ReadAt(file, size, 0);
+    const auto before = ReadAt(file, size, static_cast<off_t>(offset) - static_cast<off_t>(size));
+    const auto there = ReadAt(file, 2 * size, offset);
+    zk_log(5, "Wrote %zu bytes at offset %u", size, offset);
+    return status && start && before && there && ZK_CHECK_EQ(status->st_size, std::uint64_t{offset} + size) &&
+        ZK_CHECK(*start == Bytes(size, 0)) && ZK_CHECK(*before == Bytes(size, 0)) && ZK_CHECK(*there == bytes);
+}
+
 ZK_TEST(PositionedReadAndWrite, void* scratch)
 {
     const TestFolder folder(scratch, "positioned");
@@ -247,9 +265,11 @@ ZK_TEST(SharedMapping, void* scratch, uint32_t size, bool* supported)
 }
 
 // Grows one file over many calls: all it needs to know is in the file itself. Says that the limit is reached as soon as
-// the next step would pass it; from then on a call leaves the file alone.
+// the next step would pass it; from then on a call leaves the file alone. A step that fails, perhaps on a full disk,
+// says so as well: there is no use in another.
 ZK_TEST(GrowFile, void* scratch, uint32_t step, uint64_t limit, uint64_t* size, bool* limitReached)
 {
+    *limitReached = true;
     const Scratch* folder = Scratch::Find(scratch);
     if (folder == nullptr)
     {

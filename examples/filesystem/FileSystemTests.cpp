@@ -79,12 +79,6 @@ bool Probe(int result, const char* feature, bool* supported)
     return Succeeded(result, feature, __FILE__, __LINE__);
 }
 
-bool LeftOut(const char* feature)
-{
-    zk_warning("Not checked: this file system has no %s.", feature);
-    return true;
-}
-
 } // namespace
 
 ZK_TEST(ProbeLinks, void* scratch, bool* hardLinks, bool* symbolicLinks)
@@ -262,12 +256,8 @@ ZK_TEST(UnlinkWhileOpen, void* scratch)
         ContentIs(folder.Open("file", O_RDONLY), BytesOf("another"), "new file of the same name");
 }
 
-ZK_TEST(HardLinks, void* scratch, bool supported, uint8_t count)
+ZK_TEST(HardLinks, void* scratch, uint8_t count)
 {
-    if (!supported)
-    {
-        return LeftOut("hard links");
-    }
     const TestFolder folder(scratch, "hard-links");
     if (!folder || !folder.Write("original", "shared"))
     {
@@ -300,12 +290,8 @@ ZK_TEST(HardLinks, void* scratch, bool supported, uint8_t count)
         ContentIs(folder.Open("link-0", O_RDONLY), BytesOf("SHared"), "link without its original");
 }
 
-ZK_TEST(SymbolicLinks, void* scratch, bool supported)
+ZK_TEST(SymbolicLinks, void* scratch)
 {
-    if (!supported)
-    {
-        return LeftOut("symbolic links");
-    }
     const TestFolder folder(scratch, "symbolic-links");
     if (!folder || !folder.Write("file", "behind the link") ||
         !CALL_SUCCEEDS(::symlinkat("file", folder.Get(), "link")) ||
@@ -330,6 +316,30 @@ ZK_TEST(SymbolicLinks, void* scratch, bool supported)
         ZK_CHECK(!folder.Exists("nowhere")) && CALL_REFUSED(ELOOP, folder.TryOpen("ping", O_RDONLY).Get()) &&
         CALL_REFUSED(ELOOP, folder.TryOpen("link", O_RDONLY | O_NOFOLLOW).Get()) &&
         CALL_REFUSED(EINVAL, ::readlinkat(folder.Get(), "file", target.data(), target.size()));
+}
+
+ZK_TEST(HardLinkToSymbolicLink, void* scratch)
+{
+    const TestFolder folder(scratch, "both-links");
+    if (!folder || !folder.Write("file", "text") || !CALL_SUCCEEDS(::symlinkat("file", folder.Get(), "symbolic")) ||
+        !CALL_SUCCEEDS(::linkat(folder.Get(), "symbolic", folder.Get(), "second", 0)) ||
+        !CALL_SUCCEEDS(::linkat(folder.Get(), "symbolic", folder.Get(), "followed", AT_SYMLINK_FOLLOW)))
+    {
+        return false;
+    }
+    struct stat second
+    {
+    };
+    const auto followed = StatusOf(folder.Open("followed", O_RDONLY | O_NOFOLLOW));
+    if (!followed || !CALL_SUCCEEDS(::fstatat(folder.Get(), "second", &second, AT_SYMLINK_NOFOLLOW)))
+    {
+        return false;
+    }
+    zk_log(5, "The symbolic link has %llu names, the file behind it %llu",
+           static_cast<unsigned long long>(second.st_nlink), static_cast<unsigned long long>(followed->st_nlink));
+    return ZK_CHECK(S_ISLNK(second.st_mode)) && ZK_CHECK_EQ(second.st_nlink, 2) && ZK_CHECK_EQ(followed->st_nlink, 2) &&
+        CALL_SUCCEEDS(::unlinkat(folder.Get(), "symbolic", 0)) &&
+        ContentIs(folder.Open("second", O_RDONLY), BytesOf("text"), "file behind the link's second name");
 }
 
 ZK_TEST(NameLimits, void* scratch, uint16_t nameMax)
