@@ -175,7 +175,7 @@ TEST_STATUS CCallTree::RunLocked()
 {
     LogLock("Execution lock acquired.");
     FlushOutput(false);
-    const auto failedStatus = [] { return CAppState::Log().TestStatus(TS_NONE) | TS_ERROR; };
+    const auto cleanUpFailed = [this] { TestRunCleanup(CAppState::Log().TestStatus(TS_NONE) | TS_ERROR); };
     const TEST_STATUS status =
         Guarded([this] { return RunSuite(); },
                 [this](OutOfMemory) -> TEST_STATUS
@@ -185,13 +185,15 @@ TEST_STATUS CCallTree::RunLocked()
                 },
                 [&](const ZKUserAbort&) -> TEST_STATUS
                 {
+                    CAppState::TestSuiteLog()->OperatorAborted();
                     WriteLog(TS_NONE, LL_WARNING, DefaultAbortFormat(), "User aborted test suite.");
-                    TestRunCleanup(failedStatus());
+                    cleanUpFailed();
                     throw;
                 },
                 [&](UnknownFailure) -> TEST_STATUS
                 {
-                    TestRunCleanup(failedStatus());
+                    CAppState::TestSuiteLog()->RunFailed();
+                    cleanUpFailed();
                     throw;
                 });
     return TestRunCleanup(status);

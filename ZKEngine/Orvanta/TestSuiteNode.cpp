@@ -156,7 +156,7 @@ void CTestSuiteNode::TestSuiteRunStateChanged(ERunState rs)
     CTestSuiteLog* const log = CAppState::TestSuiteLog();
     if (log && rs == RS_FAILED)
     {
-        log->NodeFailed();
+        log->RunFailed();
     }
     Q_EMIT UpdateTestSuiteState(rs);
 }

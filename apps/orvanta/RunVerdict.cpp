@@ -12,7 +12,7 @@ void CRunVerdict::LogWritten(const SLogEntry& entry)
 {
     if (entry.type.status != TS_NONE)
     {
-        m_SuiteLog.NodeFailed();
+        m_SuiteLog.RunFailed();
     }
 }
 

@@ -3,7 +3,6 @@
 #include <Orvanta/TestSuiteNode.h>
 
 #include <algorithm>
-#include <cctype>
 #include <span>
 #include <sstream>
 
@@ -64,17 +63,22 @@ bool Matches(std::span<const std::string> pattern, std::span<const TParts> path)
         Matches(pattern.subspan(1), path.subspan(1));
 }
 
-bool IsPath(const std::string& pattern)
+/// A node's path as parts that match like names: "/1/0" is {"1"}, {"0"}.
+std::vector<TParts> IndexPath(const std::string& path)
 {
-    return pattern == "/" ||
-        (pattern.size() > 1 && pattern[0] == '/' && std::isdigit(static_cast<unsigned char>(pattern[1])) != 0);
+    std::vector<TParts> parts;
+    for (const std::string& index : Split(path.substr(1)))
+    {
+        parts.push_back({index});
+    }
+    return parts;
 }
 
 bool Matches(const std::string& pattern, const SDescribedNode& described)
 {
-    if (IsPath(pattern))
+    if (pattern.starts_with('/'))
     {
-        return described.info.path == pattern;
+        return Matches(Split(pattern.substr(1)), IndexPath(described.info.path));
     }
     const std::vector<TParts> path = NamePath(*described.node);
     return !path.empty() && Matches(Split(pattern), path);

@@ -9,7 +9,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <clocale>
 #include <cstring>
+#include <cwchar>
 
 #include <histedit.h>
 #include <poll.h>
@@ -51,6 +53,31 @@ std::optional<std::uint64_t> ReadNumber(const std::string& line, ENumericBase ba
     const auto [end, error] = std::from_chars(digits.data(), last, number, hasPrefix ? 16 : static_cast<int>(base));
     return error == std::errc() && end == last ? std::optional(number) : std::nullopt;
 }
+
+/// While it lives, typed characters are UTF-8, as all text is, whatever the user's settings.
+class CUtf8Locale
+{
+public:
+    CUtf8Locale()
+        : m_Locale(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr))
+        , m_Before(uselocale(m_Locale))
+    {
+    }
+    ~CUtf8Locale()
+    {
+        uselocale(m_Before);
+        if (m_Locale)
+        {
+            freelocale(m_Locale);
+        }
+    }
+    CUtf8Locale(const CUtf8Locale&) = delete;
+    CUtf8Locale& operator=(const CUtf8Locale&) = delete;
+
+private:
+    locale_t m_Locale;
+    locale_t m_Before;
+};
 } // namespace
 
 // -------------------------------------------------------------------------------------------------- the line editor
@@ -71,6 +98,7 @@ public:
     CLineEditor()
         : m_Editor(el_init("orvanta", stdin, stdout, stderr))
     {
+        const CUtf8Locale locale; // choosing the editor decides which characters it inserts
         el_set(m_Editor, EL_CLIENTDATA, this);
         el_set(m_Editor, EL_EDITOR, "emacs");
         el_set(m_Editor, EL_PROMPT, &CLineEditor::PromptText);
@@ -83,9 +111,12 @@ public:
 
     ELineEnd Read(std::optional<TClock::time_point> deadline, std::string& line)
     {
+        const CUtf8Locale locale;
         m_Deadline = deadline;
         m_End = ELineEnd::Typed;
         UpdatePrompt();
+        // Before the prompt is seen: the terminal would still take a Ctrl-D for itself otherwise.
+        el_set(m_Editor, EL_PREP_TERM, 1);
         int length = 0;
         const char* const typed = el_gets(m_Editor, &length);
         if (m_End == ELineEnd::Typed && (!typed || length <= 0))

@@ -65,7 +65,7 @@ std::uint32_t CTestSuiteLog::TestCount() const
 
 bool CTestSuiteLog::SuitePassed() const
 {
-    return !m_NodeFailed && !m_OperatorAborted &&
+    return !m_RunFailed && !m_OperatorAborted &&
         std::all_of(m_Logs.begin(), m_Logs.end(),
                     [](const CTestLog& log) { return log.FailureCount() == 0 && log.AbortCount() == 0; });
 }

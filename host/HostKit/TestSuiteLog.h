@@ -76,11 +76,12 @@ public:
     /// How many entries are tests.
     virtual std::uint32_t TestCount() const;
 
-    /// True unless an entry counts a failure or an abort, a node ended failed or the operator aborted.
+    /// True unless an entry counts a failure or an abort, the run failed otherwise or the operator aborted.
     virtual bool SuitePassed() const;
 
-    /// What the entries cannot tell: a node of the running tree ended in the failed state; the operator aborted.
-    void NodeFailed() { m_NodeFailed = true; }
+    /// What the entries cannot tell: a node of the running tree ended in the failed state, or an error left the run; the
+    /// operator aborted.
+    void RunFailed() { m_RunFailed = true; }
     void OperatorAborted() { m_OperatorAborted = true; }
 
 private:
@@ -89,6 +90,6 @@ private:
     std::uint32_t m_TestCount = 0;
     int m_Phase = 0;
     bool m_HasTestsToRun = true;
-    bool m_NodeFailed = false;
+    bool m_RunFailed = false;
     bool m_OperatorAborted = false;
 };

@@ -90,6 +90,13 @@ ZK_TEST(Hangs)
     return true;
 }
 
+ZK_TEST(HangsTwice)
+{
+    AwaitInterrupt("hanging");
+    AwaitInterrupt("still hanging");
+    return true;
+}
+
 ZK_TEST(NeverReturns)
 {
     for (;;)

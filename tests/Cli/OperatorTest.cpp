@@ -1,5 +1,7 @@
 #include "CliFixture.h"
 
+#include <csignal>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -45,6 +47,32 @@ protected:
         }
         return answers;
     }
+
+    /// Runs a suite that the operator aborts, and checks all that has to hold then.
+    void Abort(const char* name, const QByteArray& body, const QByteArray& exit, const char* ran, const char* answers,
+               const char* message, const std::vector<SStep>& steps)
+    {
+        SCOPED_TRACE(name);
+        const auto terminal = Operate(body, steps, exit);
+        EXPECT_EQ(terminal->Wait(), 2);
+        EXPECT_EQ(Ran(u"r"_s), ran);
+        EXPECT_EQ(Answers(), answers);
+        const std::string& output = terminal->Output();
+        EXPECT_NE(output.find(message), std::string::npos) << output;
+        EXPECT_NE(output.find("\033[1;31mTest suite Aborted!\033[0m\r\n"), std::string::npos) << output;
+        EXPECT_NE(output.find("suite.xml: aborted by the operator\r\n"), std::string::npos) << output;
+        EXPECT_TRUE(terminal->IsRestored());
+
+        const std::vector<TJson> events = Record(u"r"_s);
+        ASSERT_GE(events.size(), 2U);
+        EXPECT_EQ(events[events.size() - 2].at("text"), "Test suite Aborted!");
+        EXPECT_EQ(events.back().at("result"), "Aborted");
+        EXPECT_EQ(events.back().at("passed"), false);
+        const TJson last = Events(u"r"_s, "state").back();
+        EXPECT_EQ(last.at("path"), "/");
+        EXPECT_NE(last.at("state"), "executing");
+        EXPECT_NE(Read(u"r"_s).find("\"text\":\"Execution lock released.\""), std::string::npos);
+    }
 };
 } // namespace
 
@@ -52,7 +80,7 @@ TEST_F(COperatorTest, AWrongAnswerIsAskedAgainWithTheReason)
 {
     const auto terminal = Operate(
         R"(<x:BooleanPopup text="Is it on?" variable="$On" yes_button="Aye" no_button="Nay"/>
-           <x:BooleanPopup text="Still on?" variable="$On"/>
+           <x:BooleanPopup text="Still on?" variable="$On" no_button="S&#xFC;&#xDF;"/>
            <x:SetPopup text="How much?" label="Volts" variable="$N" min="10" max="300"/>
            <x:SetPopup text="Which mask?" variable="$N" hex="true" initialize="false" max="0x300"/>
            <x:SetPopup text="And now?" variable="$N" hex="true"/>
@@ -62,7 +90,7 @@ TEST_F(COperatorTest, AWrongAnswerIsAskedAgainWithTheReason)
          {"\"maybe\" is neither y nor n.\r\n", "\n"},
          {"\"\" is neither y nor n.\r\n", "yes\n"}, // the caption is another one
          {"\"yes\" is neither y nor n.\r\n", " aYE \n"},
-         {"Still on?", "N\n"},
+         {"Still on?\r\n  [y] Yes  [n] S\u00FC\u00DF ", "s\u00FC\u00DF\n"},
          {"How much?\r\n  Volts from 10 to 300  [Enter] 42  [!] Abort\r\n", "4x\n"},
          {"\"4x\" is no number.\r\n", "-20\n"},
          {"\"-20\" is no number.\r\n", "18446744073709551626\n"}, // 2^64 more than 10
@@ -108,98 +136,34 @@ TEST_F(COperatorTest, CtrlDClosesAPromptWithoutAnAnswerAndTheRunGoesOn)
 
 TEST_F(COperatorTest, AnAbortEndsTheRunBehindTheExitGroup)
 {
-    struct SRow
-    {
-        const char* name;
-        QByteArray body;
-        std::vector<SStep> steps;
-        QByteArray exit;
-        const char* ran;
-        const char* answers;
-        const char* message;
-    };
     const QByteArray prepares = Call("Prepares", "Call");
-    const SRow rows[] = {
-        {"the abort key, two groups deep",
-         "<x:Group name=\"Inner\">" + READY + Call("Passes") + "</x:Group>",
-         {{"Ready?", "!\n"}},
-         prepares,
-         "/0/0 /2/0 ",
-         "\"abort\" ",
-         "Aborted: The operator aborted at the prompt \"Ready?\"."},
-        {"the abort key, then a prompt of the exit group",
-         READY,
-         {{"Ready?", "!\n"}, {"Off?", "y\n"}},
-         OFF + prepares,
-         "/0/0 /2/1 ",
-         "\"abort\" true ",
-         "Aborted: The operator aborted at the prompt \"Ready?\"."},
-        {"Ctrl-C inside a prompt",
-         READY + Call("Passes"),
-         {{"Ready?", ""}, {"> ", CTRL_C}},
-         prepares,
-         "/0/0 /2/0 ",
-         "\"abort\" ",
-         "Aborted: Interrupted at the prompt \"Ready?\"."},
-        {"Ctrl-C inside a prompt, again inside one of the exit group",
-         READY,
-         {{"Ready?", ""}, {"> ", CTRL_C}, {"Off?", ""}, {"> ", CTRL_C}},
-         OFF + prepares,
-         "/0/0 ",
-         "\"abort\" \"abort\" ",
-         "Aborted: Interrupted at the prompt \"Off?\"."},
-        {"Ctrl-C during a loop",
-         LOOP + Call("Passes"),
-         {{"napping", CTRL_C}},
-         prepares,
-         "/0/0 /1/0/0 /2/0 ",
-         "",
-         "Aborted: Interrupted by the operator."},
-        {"Ctrl-C during a loop, then a prompt of the exit group",
-         LOOP,
-         {{"napping", CTRL_C}, {"Off?", ""}, {"> ", "n\n"}},
-         OFF + prepares,
-         "/0/0 /1/0/0 /2/1 ",
-         "false ",
-         "Aborted: Interrupted by the operator."},
-        {"Ctrl-C during a loop, again in the exit group",
-         LOOP,
-         {{"napping", CTRL_C}, {"hanging", CTRL_C}},
-         Call("Hangs", "Call") + prepares,
-         "/0/0 /1/0/0 /2/0 ",
-         "",
-         "Aborted: Interrupted by the operator."},
-        {"Ctrl-C in the exit group",
-         Call("Passes"),
-         {{"hanging", CTRL_C}},
-         Call("Hangs", "Call") + prepares,
-         "/0/0 /1/0 /2/0 /2/1 ",
-         "",
-         nullptr},
-    };
-    for (const SRow& row : rows)
-    {
-        SCOPED_TRACE(row.name);
-        const auto terminal = Operate(row.body, row.steps, row.exit);
-        EXPECT_EQ(terminal->Wait(), 2);
-        EXPECT_EQ(Ran(u"r"_s), row.ran);
-        EXPECT_EQ(Answers(), row.answers);
-        const std::string& output = terminal->Output();
-        EXPECT_TRUE(!row.message || output.find(row.message) != std::string::npos) << output;
-        EXPECT_NE(output.find("\033[1;31mTest suite Aborted!\033[0m\r\n"), std::string::npos) << output;
-        EXPECT_NE(output.find("suite.xml: aborted by the operator\r\n"), std::string::npos) << output;
-        EXPECT_TRUE(terminal->IsRestored());
-
-        const std::vector<TJson> events = Record(u"r"_s);
-        ASSERT_GE(events.size(), 2U);
-        EXPECT_EQ(events[events.size() - 2].at("text"), "Test suite Aborted!");
-        EXPECT_EQ(events.back().at("result"), "Aborted");
-        EXPECT_EQ(events.back().at("passed"), false);
-        const TJson last = Events(u"r"_s, "state").back();
-        EXPECT_EQ(last.at("path"), "/");
-        EXPECT_NE(last.at("state"), "executing");
-        EXPECT_NE(Read(u"r"_s).find("\"text\":\"Execution lock released.\""), std::string::npos);
-    }
+    const QByteArray hangs = Call("Hangs", "Call");
+    const char* const aborted = "Aborted: The operator aborted at the prompt \"Ready?\".";
+    const char* const atReady = "Aborted: Interrupted at the prompt \"Ready?\".";
+    const char* const atOff = "Aborted: Interrupted at the prompt \"Off?\".";
+    const char* const between = "Aborted: Interrupted by the operator.";
+    const SStep ready{"Ready?", ""};
+    const SStep off{"Off?", ""};
+    const SStep breaks{"> ", CTRL_C};
+    const SStep breaksLoop{"napping", CTRL_C};
+    const SStep breaksHanging{"hanging", CTRL_C};
+    Abort("the key, two groups deep", "<x:Group>" + READY + Call("Passes") + "</x:Group>", prepares, "/0/0 /2/0 ",
+          "\"abort\" ", aborted, {{"Ready?", "!\n"}});
+    Abort("the key, then a prompt of the exit group", READY, OFF + prepares, "/0/0 /2/1 ", "\"abort\" true ", aborted,
+          {{"Ready?", "!\n"}, {"Off?", "y\n"}});
+    Abort("Ctrl-C inside a prompt", READY + Call("Passes"), prepares, "/0/0 /2/0 ", "\"abort\" ", atReady,
+          {ready, breaks});
+    Abort("Ctrl-C inside a prompt, again inside one of the exit group", READY, OFF + prepares, "/0/0 ",
+          "\"abort\" \"abort\" ", atOff, {ready, breaks, off, breaks});
+    Abort("Ctrl-C during a loop", LOOP + Call("Passes"), prepares, "/0/0 /1/0/0 /2/0 ", "", between, {breaksLoop});
+    Abort("Ctrl-C during a loop, then a prompt of the exit group", LOOP, OFF + prepares, "/0/0 /1/0/0 /2/1 ", "false ",
+          between, {breaksLoop, off, {"> ", "n\n"}});
+    Abort("Ctrl-C during a loop, again in the exit group", LOOP, hangs + prepares, "/0/0 /1/0/0 /2/0 ", "", between,
+          {breaksLoop, breaksHanging});
+    Abort("Ctrl-C twice during one call", Call("HangsTwice"), prepares, "/0/0 /1/0 ", "", between,
+          {breaksHanging, breaksHanging});
+    Abort("Ctrl-C in the exit group", Call("Passes"), hangs + prepares, "/0/0 /1/0 /2/0 /2/1 ", "", "aborted",
+          {breaksHanging});
     EXPECT_EQ(Run({Suite(Call("Passes"))}).code, 0);
 }
 

@@ -20,7 +20,8 @@ protected:
         const SOutcome outcome = Orvanta(QStringList{u"list"_s, u"--json"_s} + options + QStringList{suite});
         EXPECT_EQ(outcome.code, 0) << outcome.err;
         std::string paths;
-        for (const TJson& node : TJson::parse(outcome.out).at(0).at("nodes"))
+        const TJson suites = TJson::parse(outcome.out);
+        for (const TJson& node : suites.at(0).at("nodes"))
         {
             const std::string path = node.at("path");
             const bool isOutside = path.starts_with("/0") || path.starts_with("/3");
@@ -45,6 +46,7 @@ TEST_F(CSelectionTest, PatternsChooseWhatRunsInTheOrderGiven)
         {{}, ALL},
         {{u"-t"_s, u"/"_s}, ALL},
         {{u"-t"_s, u"/1/1"_s}, "/1/1/0 /1/1/1 "},
+        {{u"-t"_s, u"/*/0"_s}, "/1/0 /2/0 "},
         {{u"--select"_s, u"Main/Passes"_s}, "/1/0 "},
         {{u"-t"_s, u"Main/First"_s}, "/1/0 "},
         {{u"-t"_s, u"Main/The inner/Warns"_s}, "/1/1/1 "},
