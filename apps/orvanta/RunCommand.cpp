@@ -21,6 +21,7 @@
 #include <Reports/RunRecord.h>
 
 #include <chrono>
+#include <deque>
 #include <optional>
 
 namespace
@@ -81,15 +82,15 @@ struct SOutputs
 };
 
 /// Who answers the prompts of all suites of the call: the list of answers if there is one, else the operator, else
-/// nobody, which aborts the run. The constructor throws `ZKRunTimeException` when the list cannot be read.
+/// nobody, which aborts the run.
 class CPromptDialogs
 {
 public:
-    CPromptDialogs(const SOptions& options, CProgress& progress)
+    CPromptDialogs(std::optional<std::deque<SScriptedAnswer>> answers, CProgress& progress)
     {
-        if (options.answers)
+        if (answers)
         {
-            m_Input = std::make_unique<CScriptedUserInput>(ReadAnswers(*options.answers));
+            m_Input = std::make_unique<CScriptedUserInput>(std::move(*answers));
         }
         else if (CTerminalUserInput::IsPossible())
         {
@@ -315,8 +316,14 @@ EExitCode RunSuites(const SOptions& options)
         [&]
         {
             configuration.emplace(options);
+            // Everything is read before anything is written: an output may have the name of an input.
+            std::optional<std::deque<SScriptedAnswer>> answers;
+            if (options.answers)
+            {
+                answers = ReadAnswers(*options.answers);
+            }
             outputs.emplace(options);
-            dialogs.emplace(options, outputs->progress);
+            dialogs.emplace(std::move(answers), outputs->progress);
             return EExitCode::Passed;
         },
         [](const ZKException& exception) { return ReportUsage(ECommand::Run, exception.what()); });
