@@ -43,7 +43,9 @@ std::optional<TPromptAnswer> AnswerOf(const TJson& value)
         }
     }
     bool isNumber = false;
-    const std::uint64_t number = QString::fromStdString(text).trimmed().toULongLong(&isNumber, 0);
+    const QString digits = QString::fromStdString(text).trimmed();
+    const bool isHexadecimal = digits.startsWith(QLatin1String("0x"), Qt::CaseInsensitive);
+    const std::uint64_t number = digits.toULongLong(&isNumber, isHexadecimal ? 16 : 10);
     return isNumber ? std::optional<TPromptAnswer>(number) : std::nullopt;
 }
 
@@ -124,11 +126,13 @@ std::deque<SScriptedAnswer> ReadAnswers(const std::string& path)
 CSavedAnswers::CSavedAnswers(const std::string& path)
     : m_Path(path)
 {
-    Write();
-    if (!m_WriteError.empty())
+    // Only a trial: what an earlier run saved stays until there is an answer to save.
+    QSaveFile trial(QFile::decodeName(m_Path.c_str()));
+    if (!trial.open(QIODevice::WriteOnly))
     {
-        throw ZKRunTimeException(m_WriteError);
+        throw ZKRunTimeException(m_Path + ": the answers cannot be written: " + trial.errorString().toStdString());
     }
+    trial.cancelWriting();
 }
 
 void CSavedAnswers::PromptEnded(const SPrompt& prompt, const TPromptAnswer& answer)

@@ -11,8 +11,8 @@
 /// `ZKRunTimeException`, naming file and entry, for anything else.
 std::deque<SScriptedAnswer> ReadAnswers(const std::string& path);
 
-/// Writes the answers that prompts got, in the form that `ReadAnswers` reads. The file is complete after every prompt.
-/// The constructor throws `ZKRunTimeException` when the file cannot be written.
+/// Writes the answers that prompts got, in the form that `ReadAnswers` reads. The file is complete after every prompt
+/// and stays as it was before the first. The constructor throws `ZKRunTimeException` when the file cannot be written.
 class CSavedAnswers : public CHostListener
 {
 public:

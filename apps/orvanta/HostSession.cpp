@@ -8,12 +8,21 @@
 
 namespace
 {
+/// Where the settings are kept. The user's own are made when they are first written; a file that was named has to be
+/// there, or a mistyped name would change the product, the filter and the lock without a word.
 std::string SettingsPath(const SOptions& options)
 {
-    return options.settings ? *options.settings
-                            : (QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-                               QStringLiteral("/orvanta/settings.ini"))
-                                  .toStdString();
+    if (!options.settings)
+    {
+        return (QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+                QStringLiteral("/orvanta/settings.ini"))
+            .toStdString();
+    }
+    if (!QFileInfo::exists(QFile::decodeName(options.settings->c_str())))
+    {
+        ThrowFormatted<ZKRunTimeException>("%s: the settings cannot be read: no such file", options.settings->c_str());
+    }
+    return *options.settings;
 }
 
 std::string KnownFilters(const CTestSuiteFilters& filters)

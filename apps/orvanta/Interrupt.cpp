@@ -8,7 +8,10 @@
 
 #include <atomic>
 #include <csignal>
+#include <string_view>
 #include <utility>
+
+#include <unistd.h>
 
 namespace
 {
@@ -19,10 +22,27 @@ std::atomic<CUIUpdate*> g_Update = nullptr;
 std::atomic<int> g_Requests = 0;
 static_assert(std::atomic<CUIUpdate*>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
 
+/// Tells the operator what a request leads to; safe in a signal handler.
+void Acknowledge(std::string_view text)
+{
+    const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
+    static_cast<void>(written);
+}
+
 extern "C" void RequestAbort(int signal)
 {
-    if (++g_Requests >= LAST_REQUEST)
+    const int request = ++g_Requests;
+    if (request == 1)
     {
+        Acknowledge("\norvanta: aborting before the next step; once more to cut the exit group short too\n");
+    }
+    else if (request == EXIT_GROUP_REQUEST)
+    {
+        Acknowledge("\norvanta: cutting the exit group short; once more to end the process\n");
+    }
+    if (request >= LAST_REQUEST)
+    {
+        Acknowledge("\n");
         std::signal(signal, SIG_DFL);
         std::raise(signal);
         return;
@@ -55,7 +75,17 @@ void Handle(void (*handler)(int))
     sigemptyset(&action.sa_mask);
     // Test functions may be in the middle of a system call; they need not know of the request.
     action.sa_flags = SA_RESTART;
-    sigaction(SIGINT, &action, nullptr);
+    for (const int signal : {SIGINT, SIGTERM})
+    {
+        struct sigaction before
+        {
+        };
+        sigaction(signal, nullptr, &before);
+        if (before.sa_handler != SIG_IGN)
+        {
+            sigaction(signal, &action, nullptr);
+        }
+    }
 }
 } // namespace
 

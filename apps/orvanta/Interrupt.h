@@ -7,11 +7,11 @@
 class CTestSuiteLog;
 class CTestSuiteNode;
 
-/// Ctrl-C while it lives. Once: the run counts as aborted and stops before the next node; the exit group still runs,
-/// its prompts included. Twice, whenever the second one came: the exit group stops before its next node too. The third
-/// time ends the process. The abort is raised only at the flush that opens a node's run, never at one that follows a
-/// change of state, so that no handler, summary or lock release is cut short. Lives for one run; the log and the tree
-/// outlive it.
+/// Ctrl-C (or SIGTERM) while it lives. Once: the run counts as aborted and stops before the next node; the exit group
+/// still runs, its prompts included. Twice, whenever the second one came: the exit group stops before its next node
+/// too. The third time ends the process. The abort is raised only at the flush that opens a node's run, never at one
+/// that follows a change of state, so that no handler, summary or lock release is cut short. Lives for one run; the log
+/// and the tree outlive it.
 class CInterrupt : public CHostListener
 {
 public:

@@ -31,7 +31,7 @@ constexpr const char* GENERAL_USAGE = "orvanta COMMAND [options] [SUITE...]";
 constexpr const char* EXIT_CODES = R"(Exit codes:
   0  every suite passed or completed
   1  a test failed, a node ended failed, or the run reported a failure
-  2  the operator aborted
+  2  the operator aborted or cancelled
   3  an unexpected error ended a run
   4  wrong usage: unknown command or option, unreadable settings or answers
      file, unwritable output

@@ -1,6 +1,7 @@
 #include "RunCommand.h"
 
 #include "Answers.h"
+#include "EarlyExit.h"
 #include "HostSession.h"
 #include "Interrupt.h"
 #include "Progress.h"
@@ -15,13 +16,18 @@
 #include <HostKit/ScriptedUserInput.h>
 #include <Orvanta/CallTree.h>
 #include <Orvanta/DOMDocTestSuite.h>
+#include <Reports/FailedNodes.h>
 #include <Reports/LogFile.h>
 #include <Reports/NodeInfo.h>
 #include <Reports/RunMonitor.h>
 #include <Reports/RunRecord.h>
 
+#include <QFile>
+#include <QFileInfo>
+
 #include <chrono>
 #include <deque>
+#include <map>
 #include <optional>
 
 namespace
@@ -72,6 +78,16 @@ struct SOutputs
             monitor.Add(*record);
         }
         monitor.Add(progress);
+    }
+
+    /// A line of the host's own, for people.
+    void Note(const std::string& line)
+    {
+        terminal.Line(line);
+        if (log)
+        {
+            log->Note(line);
+        }
     }
 
     CProgress progress;
@@ -174,6 +190,8 @@ EExitCode CSuiteRun::RunLoaded()
     }
     CRunMonitor monitor(std::move(nodes));
     m_Outputs.AddTo(monitor);
+    CFailedNodes failedNodes(m_Suite.file, [this](const std::string& line) { m_Outputs.Note(line); });
+    monitor.Add(failedNodes);
     const bool nothingSelected =
         m_Suite.root->SelectableDescendentsCount() > 0 && m_Suite.root->CheckedDescendentsCount() == 0;
 
@@ -189,6 +207,7 @@ EExitCode CSuiteRun::RunLoaded()
 
 EExitCode CSuiteRun::CallTree()
 {
+    const CEarlyExitGuard guard;
     CInterrupt interrupt(m_Session.SuiteLog, *m_Suite.root);
     m_Session.Services.Listeners.Add(interrupt);
     const EExitCode code = Guarded(
@@ -305,6 +324,34 @@ EExitCode CheckFiles(const SOutputs& outputs, EExitCode code)
     }
     return code;
 }
+/// Refuses an output that is also an input or another output, before anything is opened for writing. Only the answers
+/// may be saved under the name they are read from.
+void CheckOutputNames(const SOptions& options)
+{
+    const auto place = [](const std::string& file)
+    {
+        const QFileInfo info(QFile::decodeName(file.c_str()));
+        return info.exists() ? info.canonicalFilePath() : info.absoluteFilePath();
+    };
+    std::map<QString, std::string> used;
+    const auto use = [&](const std::optional<std::string>& file, const char* what, bool isOutput)
+    {
+        if (file && !used.emplace(place(*file), what).second && isOutput)
+        {
+            throw ZKRunTimeException(*file + ": named as " + used.at(place(*file)) + " and as " + what);
+        }
+    };
+    for (const std::string& suite : options.suites)
+    {
+        use(suite, "a suite", false);
+    }
+    use(options.settings, "the settings", false);
+    use(options.answers && options.answers != options.saveAnswers ? options.answers : std::nullopt, "the answers",
+        false);
+    use(options.record, "the record", true);
+    use(options.log, "the log", true);
+    use(options.saveAnswers, "the file for the answers", true);
+}
 } // namespace
 
 EExitCode RunSuites(const SOptions& options)
@@ -316,6 +363,7 @@ EExitCode RunSuites(const SOptions& options)
         [&]
         {
             configuration.emplace(options);
+            CheckOutputNames(options);
             // Everything is read before anything is written: an output may have the name of an input.
             std::optional<std::deque<SScriptedAnswer>> answers;
             if (options.answers)

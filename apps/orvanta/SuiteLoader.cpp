@@ -137,35 +137,37 @@ void FollowMode(CTestSuiteNode& root)
     root.EmitNodeSettings();
 }
 
-/// The innermost element below (or at) one whose node cannot be built by itself; null when all of them can.
-pugi::xml_node FindUnbuildable(const pugi::xml_node& element)
+/// Adds a problem for each element whose node cannot be built although everything below it can; false when there is one
+/// at or below the element.
+bool CollectUnbuildable(const CDOMDocTestSuite& document, const pugi::xml_node& element,
+                        std::vector<SProblem>& problems)
 {
+    bool isFine = true;
     for (const pugi::xml_node& child : element.children())
     {
-        if (const pugi::xml_node found = FindUnbuildable(child))
-        {
-            return found;
-        }
+        isFine = CollectUnbuildable(document, child, problems) && isFine;
     }
-    return Guarded(
-        [&]
-        {
-            MakeNode(element, nullptr, 0);
-            return pugi::xml_node();
-        },
-        [](OutOfMemory) -> pugi::xml_node { throw; }, [&](const std::exception&) { return element; });
-}
-
-/// An exception from the building of a tree, at the place of the element that is to blame.
-SProblem BuildProblem(const CDOMDocTestSuite& document, const std::exception& exception)
-{
-    const pugi::xml_node culprit = FindUnbuildable(document.GetRootElement());
-    const SElementPlace place = document.Place(culprit);
-    const bool isUnknownWord = dynamic_cast<const std::out_of_range*>(&exception) && culprit;
-    const std::string reason = isUnknownWord
-        ? std::string("the operator '") + culprit.attribute("operator").value() + "' is not known"
-        : OneLine(exception.what());
-    return {place.line, place.column, "error", culprit ? std::string(culprit.name()) + ": " + reason : reason};
+    const auto blame = [&](const std::string& reason)
+    {
+        const SElementPlace place = document.Place(element);
+        problems.push_back({place.line, place.column, "error", std::string(element.name()) + ": " + reason});
+        return false;
+    };
+    return isFine &&
+        Guarded(
+               [&]
+               {
+                   MakeNode(element, nullptr, 0);
+                   return true;
+               },
+               [](OutOfMemory) -> bool { throw; },
+               [&](const std::exception& exception)
+               {
+                   const bool isUnknownWord = dynamic_cast<const std::out_of_range*>(&exception) != nullptr;
+                   return blame(isUnknownWord ? std::string("the operator '") + element.attribute("operator").value() +
+                                        "' is not known"
+                                              : OneLine(exception.what()));
+               });
 }
 
 void BuildTree(SLoadedSuite& suite, bool keepMode)
@@ -184,7 +186,11 @@ void BuildTree(SLoadedSuite& suite, bool keepMode)
         [&](const std::exception& exception)
         {
             suite.root.reset();
-            suite.problems.push_back(BuildProblem(*suite.state->Document(), exception));
+            const CDOMDocTestSuite& document = *suite.state->Document();
+            if (CollectUnbuildable(document, document.GetRootElement(), suite.problems))
+            {
+                suite.problems.push_back({0, 0, "error", OneLine(exception.what())});
+            }
         },
         [&](UnknownFailure)
         {

@@ -6,6 +6,11 @@
 
 #include <CoreKit/CatchLadder.h>
 
+#include <cstdio>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace
 {
 EExitCode Execute(const SOptions& options)
@@ -29,6 +34,21 @@ EExitCode Unexpected(const char* what)
     ReportError(what);
     return EExitCode::Unexpected;
 }
+/// Output that was lost is no success, unless its reader went away by choice.
+EExitCode CheckOutput(EExitCode code)
+{
+    struct stat output
+    {
+    };
+    const bool isPipe = fstat(STDOUT_FILENO, &output) == 0 && S_ISFIFO(output.st_mode);
+    const bool isWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    if (isPipe || isWritten)
+    {
+        return code;
+    }
+    ReportError("the output cannot be written");
+    return code == EExitCode::Passed ? EExitCode::Usage : code;
+}
 } // namespace
 
 int main(int argc, char** argv)
@@ -44,5 +64,5 @@ int main(int argc, char** argv)
         [](OutOfMemory) { return Unexpected("out of memory"); },
         [](const std::exception& exception) { return Unexpected(exception.what()); },
         [](UnknownFailure) { return Unexpected("an unknown failure"); });
-    return static_cast<int>(code);
+    return static_cast<int>(CheckOutput(code));
 }

@@ -113,7 +113,9 @@ bool CLibWrapper::OpenLibrary()
     for (const std::string& folder : CAppState::LibraryPath())
     {
         // Absolute, since the loader looks through the system's own folders for a bare name.
-        const std::filesystem::path path = std::filesystem::current_path() / folder / file.c_str();
+        const std::filesystem::path inFolder = std::filesystem::path(folder) / file.c_str();
+        const std::filesystem::path path =
+            inFolder.is_absolute() ? inFolder : std::filesystem::current_path() / inFolder;
         std::string reason;
         m_Handle = OpenFile(path, m_BindNow, reason);
         if (m_Handle)

@@ -43,6 +43,11 @@ void CLogFile::OperatorAborted(std::string_view text)
     Write(LL_ALWAYS, "abort", text);
 }
 
+void CLogFile::Note(std::string_view text)
+{
+    Write(LL_ALWAYS, "note", text);
+}
+
 void CLogFile::Write(ELogLevel level, const char* kind, std::string_view text)
 {
     while (!text.empty() && text.back() == '\n')

@@ -22,6 +22,9 @@ public:
     void HeadlineShown(std::string_view text, std::uint32_t emphasis) override;
     void OperatorAborted(std::string_view text) override;
 
+    /// An entry of the host's own.
+    void Note(std::string_view text);
+
 private:
     void Write(ELogLevel level, const char* kind, std::string_view text);
 

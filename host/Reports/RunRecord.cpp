@@ -170,6 +170,13 @@ void CRunRecord::PromptEnded(const SPrompt& prompt, const TPromptAnswer& answer)
     Append(m_File, event);
 }
 
+void CRunRecord::OperatorAborted(std::string_view text)
+{
+    TJson event = Event("abort");
+    event["text"] = text;
+    Append(m_File, event);
+}
+
 void CRunRecord::HeadlineShown(std::string_view text, std::uint32_t emphasis)
 {
     TJson event = Event("headline");

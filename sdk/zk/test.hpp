@@ -71,7 +71,7 @@
     extern "C" ZK_EXPORT bool name(__VA_ARGS__);                                                            \
     static_assert(::zk::detail::FewEnoughParameters(&name), #name " takes more than 20 parameters");        \
     static_assert(::zk::detail::PassableParameters(&name),                                                  \
-                  #name " takes a parameter that is neither an unsigned integer, nor bool, nor a pointer"); \
+                  #name " takes a parameter that is neither an integer, nor bool, nor a pointer"); \
     extern "C" ZK_EXPORT bool name(__VA_ARGS__)
 
 namespace zk::detail
@@ -86,8 +86,7 @@ constexpr bool FewEnoughParameters(bool (*)(Parameters...))
 template <typename... Parameters>
 constexpr bool PassableParameters(bool (*)(Parameters...))
 {
-    return ((std::is_pointer_v<Parameters> || (std::is_integral_v<Parameters> && std::is_unsigned_v<Parameters>)) &&
-            ...);
+    return ((std::is_pointer_v<Parameters> || std::is_integral_v<Parameters>)&&...);
 }
 
 template <typename T, typename = void>

@@ -1,6 +1,7 @@
 #include <zk/test.hpp>
 
 #include <csignal>
+#include <cstdlib>
 #include <new>
 #include <stdexcept>
 
@@ -76,6 +77,11 @@ ZK_TEST(Aborts)
 ZK_TEST(Interrupts)
 {
     return std::raise(SIGINT) == 0;
+}
+
+ZK_TEST(Exits)
+{
+    std::exit(0);
 }
 
 ZK_TEST(LogsOddBytes)

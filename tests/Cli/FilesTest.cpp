@@ -180,10 +180,12 @@ TEST_F(CFilesTest, SettingsAreMadeOnTheFirstWrite)
 {
     const QString suite = Suite(Call("Passes"));
     const std::string expected = "LockFileName = " + Path(u"data/GuiZKExecuteLock.txt"_s).toStdString();
+    Write(u"own.ini"_s, "; mine\n");
     const SOutcome named = Orvanta(
-        {u"run"_s, u"--settings"_s, Path(u"new/own.ini"_s), u"-L"_s, QStringLiteral(ORVANTA_LIBRARY_FOLDER), suite});
+        {u"run"_s, u"--settings"_s, Path(u"own.ini"_s), u"-L"_s, QStringLiteral(ORVANTA_LIBRARY_FOLDER), suite});
     EXPECT_EQ(named.code, 0) << named.err;
-    EXPECT_NE(Read(u"new/own.ini"_s).find(expected), std::string::npos) << Read(u"new/own.ini"_s);
+    EXPECT_NE(Read(u"own.ini"_s).find(expected), std::string::npos) << Read(u"own.ini"_s);
+    EXPECT_NE(Read(u"own.ini"_s).find("; mine"), std::string::npos) << Read(u"own.ini"_s);
 
     EXPECT_EQ(Orvanta({u"list"_s, suite}).code, 0);
     EXPECT_FALSE(QFile::exists(Path(u"config/orvanta/settings.ini"_s)));

@@ -45,6 +45,9 @@ TEST_F(CUsageTest, AWrongCommandLineRunsNothingAndSaysWhatIsWrong)
          "Usage: orvanta list"},
         {{u"run"_s, u"--settings"_s, u"flag.ini"_s, suite}, "unrestricted must be \"true\" or \"false\"", run},
         {{u"run"_s, u"--settings"_s, u"."_s, suite}, "it is a folder", run},
+        {{u"run"_s, u"--settings"_s, u"gone.ini"_s, suite}, "gone.ini: the settings cannot be read", run},
+        {{u"run"_s, u"--record"_s, suite, suite}, "named as a suite and as the record", run},
+        {{u"run"_s, u"--record"_s, u"r"_s, u"--log"_s, u"./r"_s, suite}, "named as the record and as the log", run},
         {{u"run"_s, u"--record"_s, u"nowhere/r"_s, suite}, "cannot write nowhere/r: No such file or directory", run},
         {{u"run"_s, u"--log"_s, u"."_s, suite}, "cannot write .: Is a directory", run},
     };

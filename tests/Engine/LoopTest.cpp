@@ -2,33 +2,19 @@
 
 #include <Orvanta/GroupRecursiveNode.h>
 
-#include <CoreKit/CatchLadder.h>
-
 #include <gtest/gtest.h>
-
-#include <typeinfo>
 
 namespace
 {
-/// The way to the variables that nodes read.
-class CVariables : public CNode
-{
-public:
-    static std::uint64_t Value(const char* name)
-    {
-        const CVariable& variable = GetVariable(QString::fromUtf8(name));
-        return variable.View<std::uint64_t>() & variable.MaxSize();
-    }
-};
-
 using TValues = std::vector<std::uint64_t>;
 
 const char* const BODY = R"(<x:Function label="f" name="Succeed"/>)";
 
-std::string Declare(const char* type, const char* value = "9")
+std::string Declare(const char* type)
 {
-    return std::string("<x:Variables><x:Local type='") + type + "' name='$i' value='" + value +
-        "'/><x:Local type='LONG' name='$o'/><x:Define type='LONG' name='$two' value='2'/>"
+    return std::string("<x:Variables><x:Local type='") + type +
+        "' name='$i' value='9'/>"
+        "<x:Local type='LONG' name='$o'/><x:Define type='LONG' name='$two' value='2'/>"
         "<x:Define type='BYTE' name='$four' value='4'/></x:Variables>";
 }
 
@@ -42,70 +28,38 @@ class CLoop
 {
 public:
     explicit CLoop(const std::string& loop, const std::string& variables = Declare("LONG"))
-        : m_Suite(Host, variables + loop, "name=\"Suite\" library=\"EngineTests\"", false)
+        : m_Suite(Host, variables + loop, WITH_LIBRARY, false)
     {
     }
 
     CGroupRecursiveNode& Group() { return dynamic_cast<CGroupRecursiveNode&>(m_Suite.Node("/0")); }
-    CNode& Node(const char* path) { return m_Suite.Node(path); }
 
-    /// Calls back at every line that contains a text.
-    void At(const std::string& text, std::function<void()> action)
+    /// Runs the group, which has to throw exactly that class and to fail, and returns the exception's text.
+    template <class Exception>
+    std::string Thrown()
     {
-        Host.OnRecord = [text, action](ERecorded, const std::string& line)
-        {
-            if (line.find(text) != std::string::npos)
-            {
-                action();
-            }
-        };
+        const std::string text = ThrownText<Exception>([this] { Group().Execute(false); });
+        EXPECT_EQ(Group().RunState(), RS_FAILED);
+        return text;
     }
 
-    /// Runs the group and returns what a variable held whenever its function was entered.
-    TValues Values(const char* variable = "$i")
+    /// Runs the group and returns what the iterator held whenever its function was entered.
+    TValues Values()
     {
         TValues values;
-        At("Entering x:Function", [&] { values.push_back(CVariables::Value(variable)); });
+        Host.At("Entering x:Function", [&] { values.push_back(CVariables::Value("$i")); });
         EXPECT_TRUE(Group().Execute(false));
         return values;
     }
 
     /// The group's own trace lines, without those of functions.
-    std::string Trace() const
-    {
-        const std::string head = "log TS_NONE L5 node: ";
-        std::string text = "\n";
-        for (const std::string& line : Host.Transcript(REC_LOG))
-        {
-            const bool isOwn = line.starts_with(head) && line.find("x:Function") == std::string::npos;
-            text += isOwn ? line.substr(head.size()) + '\n' : "";
-        }
-        return text;
-    }
+    std::string Trace() const { return Host.Trace("x:Function"); }
 
     CRecordingHost Host;
 
 private:
     CLoadedSuite m_Suite;
 };
-
-/// Runs a group that has to throw an exception of exactly that class, and returns its text.
-template <class Exception>
-std::string Thrown(CLoop& loop)
-{
-    try
-    {
-        loop.Group().Execute(false);
-    }
-    catch (const ZKException& exception)
-    {
-        EXPECT_EQ(typeid(exception), typeid(Exception));
-        EXPECT_EQ(exception.Status(), TS_ERROR);
-        EXPECT_EQ(loop.Group().RunState(), RS_FAILED);
-        return exception.what();
-    }
-    return "nothing thrown";
-}
 } // namespace
 
 TEST(Loop, Passes)
@@ -126,7 +80,6 @@ TEST(Loop, Passes)
         {"from='2' to='2' iterType='Decr'", "LONG", {}, 2},
         {"from='2' to='2' iterType='Decr' breakConditionType='NonStrict'", "LONG", {2}, 1},
         {"from='5' to='3'", "LONG", {}, 5},
-        {"from='5' to='3' breakConditionType='NonStrict'", "LONG", {}, 5},
         {"from='3' to='5' iterType='Decr'", "LONG", {}, 3},
         {"to='2'", "LONG", {0, 1}, 2},
         {"from='0' to='5' interval='2'", "LONG", {0, 2, 4}, 6},
@@ -139,17 +92,13 @@ TEST(Loop, Passes)
         {"from='$i' to='12'", "LONG", {9, 10, 11}, 12},
         {"from='0' to='$four' interval='$two'", "LONG", {0, 2}, 4},
         {"from='0x10' to='022'", "LONG", {16, 17}, 18},
-        {"from='abc' to='2'", "LONG", {0, 1}, 2},
         {"from='0x100000001' to='3'", "LONG", {1, 2}, 3},
         // The ceiling of the iterator's type ends a loop.
         {"from='0' to='1000' interval='100' breakConditionType='NonStrict'", "BYTE", {0, 100, 200}, 200},
         {"from='253' to='255' breakConditionType='NonStrict'", "BYTE", {253, 254, 255}, 255},
         {"from='253' to='255'", "BYTE", {253, 254}, 255},
         {"from='0xFFFE' to='0x20000'", "SHORT", {0xFFFE, 0xFFFF}, 0xFFFF},
-        {"from='0xFFFFFFFE' to='0xFFFFFFFF' breakConditionType='NonStrict'",
-         "LONG",
-         {0xFFFFFFFE, 0xFFFFFFFF},
-         0xFFFFFFFF},
+        {"from='0xFFFFFFFF' to='0xFFFFFFFF' breakConditionType='NonStrict'", "LONG", {0xFFFFFFFF}, 0xFFFFFFFF},
         {"from='300' to='1000'", "BYTE", {44}, 44}, // starts beyond it
         // Without "to": once, and the iterator is written afterwards.
         {"from='7'", "LONG", {9}, 7},
@@ -169,18 +118,8 @@ TEST(Loop, WithoutAnIteratorVariable)
     CLoop once(Loop("name='G'", std::string(BODY) + BODY));
     EXPECT_EQ(once.Values(), (TValues{9, 9}));
     EXPECT_EQ(CVariables::Value("$i"), 9U);
-    EXPECT_EQ(once.Trace(), R"(
-   - Entering x:Group: G.
-   - attribute name.
-   -   value: "G".
-   - Exiting x:Group.
-)");
-    EXPECT_EQ(once.Group().Name(), QStringLiteral("G"));
-    EXPECT_TRUE(once.Group().IsStrict());
-
     CLoop counted(Loop("to='3' breakConditionType='NonStrict'"));
     EXPECT_EQ(counted.Values(), (TValues{9, 9, 9, 9}));
-    EXPECT_FALSE(counted.Group().IsStrict());
 }
 
 TEST(Loop, NestedLoopsStartAnew)
@@ -188,7 +127,8 @@ TEST(Loop, NestedLoopsStartAnew)
     const std::string body = Loop("iterator='$i' from='$o' to='3'");
     CLoop loop(Loop("iterator='$o' to='3'", body));
     TValues pairs;
-    loop.At("Entering x:Function", [&] { pairs.push_back(10 * CVariables::Value("$o") + CVariables::Value("$i")); });
+    loop.Host.At("Entering x:Function",
+                 [&] { pairs.push_back(10 * CVariables::Value("$o") + CVariables::Value("$i")); });
     EXPECT_TRUE(loop.Group().Execute(false));
     EXPECT_EQ(pairs, (TValues{0, 1, 2, 11, 12, 22}));
 }
@@ -241,15 +181,8 @@ TEST(Loop, BoundsTheWrongWayRoundAreWarnedOf)
 {
     CLoop up(Loop("from='5' to='3'"));
     EXPECT_TRUE(up.Group().Execute(false));
-    EXPECT_EQ("\n" + up.Host.Text(), R"(
-log TS_NONE L5 node:    - Entering x:Group: .
-log TS_NONE L4 warning: "from" is greater than "to". Exiting x:Group main loop. (from = 5, to = 3)
-log TS_NONE L5 node:    - attribute to.
-log TS_NONE L5 node:    -   raw value: "3", value: "3".
-log TS_NONE L5 node:    - attribute from.
-log TS_NONE L5 node:    -   raw value: "5", value: "5".
-log TS_NONE L5 node:    - Exiting x:Group.
-)");
+    EXPECT_EQ(up.Host.Transcript().at(1), // before any attribute
+              "log TS_NONE L4 warning: \"from\" is greater than \"to\". Exiting x:Group main loop. (from = 5, to = 3)");
     CLoop down(Loop("from='3' to='0xFFFFFFFF' iterType='Decr'"));
     EXPECT_TRUE(down.Group().Execute(false));
     EXPECT_EQ(down.Host.Transcript().at(1),
@@ -261,12 +194,12 @@ TEST(Loop, IteratorsThatCannotCount)
 {
     // Written at the start, before any attribute is logged; nothing is handled there.
     CLoop missing(Loop("iterator='$none' to='2'"));
-    EXPECT_EQ(Thrown<CTestSuiteException>(missing), "No such iterator: $none");
+    EXPECT_EQ(missing.Thrown<CTestSuiteException>(), "No such iterator: $none");
     EXPECT_EQ(missing.Trace(), "\n   - Entering x:Group: .\n");
 
     // Written after the one pass.
     CLoop missingOnce(Loop("iterator='$none'"));
-    EXPECT_EQ(Thrown<CTestSuiteException>(missingOnce), "No such iterator: $none");
+    EXPECT_EQ(missingOnce.Thrown<CTestSuiteException>(), "No such iterator: $none");
     EXPECT_EQ(missingOnce.Trace(), R"(
    - Entering x:Group: .
    - attribute iterator (ignored).
@@ -275,7 +208,7 @@ TEST(Loop, IteratorsThatCannotCount)
 )");
 
     CLoop wide(Loop("iterator='$i' to='2'"), Declare("LONGLONG"));
-    EXPECT_EQ(Thrown<CTestSuiteException>(wide), "Test script error: variable '$i' cannot be cast to 'LONG'.");
+    EXPECT_EQ(wide.Thrown<CTestSuiteException>(), "Test script error: variable '$i' cannot be cast to 'LONG'.");
     EXPECT_EQ(wide.Trace(), "\n   - Entering x:Group: .\n");
     wide.Host.Services.ExecutionType = EXECUTION_VALIDATION; // logs and goes on
     EXPECT_EQ(wide.Values(), (TValues{0, 1}));
@@ -286,14 +219,14 @@ TEST(Loop, IteratorsThatCannotCount)
         CLoop truth(Loop(std::string("iterator='$i' from='1' to='1' breakConditionType='NonStrict' iterType='") +
                          direction + "'"),
                     Declare("BOOL"));
-        EXPECT_NE(Thrown<ZKException>(truth).find("Only a numeric type can have a maximum value.  (Type = 1)"),
+        EXPECT_NE(truth.Thrown<ZKException>().find("Only a numeric type can have a maximum value.  (Type = 1)"),
                   std::string::npos);
         EXPECT_NE(truth.Trace().find("\n   - Unexpected Zelkor failure x:Group.\n"), std::string::npos);
         EXPECT_EQ(truth.Host.Transcript(REC_TEST_LOG).size(), 2U); // after one pass
     }
 
     CLoop endless(Loop("name='Endless' to='2' interval='$o'"));
-    EXPECT_NE(Thrown<CTestSuiteException>(endless).find("Endless"), std::string::npos);
+    EXPECT_NE(endless.Thrown<CTestSuiteException>().find("Endless"), std::string::npos);
     EXPECT_EQ(endless.Host.Transcript(REC_TEST_LOG).size(), 0U);
 }
 
@@ -303,16 +236,12 @@ TEST(Loop, StoppingOnFailureEndsEachEnclosingLoop)
                                     <x:Function label="c" name="Succeed"/>)";
     CLoop loop(Loop("to='2'", Loop("name='G'", children) + BODY));
     EXPECT_FALSE(loop.Group().Execute(true));
-    EXPECT_EQ("\n" + loop.Host.Text(REC_TEST_LOG | REC_STATE), R"(
+    EXPECT_EQ("\n" + loop.Host.Text(REC_STATE), R"(
 state /0 x:Group 1
 state /0/0 x:Group 1
 state /0/0/0 x:Function 1
-test-log: a
-test-log: ------- [separator]
 state /0/0/0 x:Function 2
 state /0/0/1 x:Function 1
-test-log: b
-test-log: ------- [separator]
 state /0/0/1 x:Function 3
 state /0/0 x:Group 3
 state /0 x:Group 3
@@ -335,60 +264,45 @@ state /0 x:Group 3
 
 TEST(Loop, ExceptionsFromBelow)
 {
-    enum EOutcome
-    {
-        FAILED,
-        THROWN
-    };
     const char* const start = "Entering x:Group";
     const char* const attribute = "attribute to";
     const char* const child = "Entering x:Function";
     const char* const exit = "Exiting x:Group";
-    const auto abort = [] { throw ZKUserAbort("stop"); };
-    const auto family = [] { throw ZKRunTimeException("T"); };
-    const auto standard = [] { throw std::runtime_error("r"); };
-    const auto stream = [] { throw std::ios_base::failure("f"); };
-    const auto unknown = [] { throw 1; };
-    const auto memory = [] { throw std::bad_alloc(); };
-    const auto parserMemory = [] { throw XERCES_CPP_NAMESPACE::OutOfMemoryException(); };
+    const char* const aborted = "   - Aborted by user x:Group.\n";
+    const char* const family = "   - Unexpected Zelkor failure x:Group.\n";
+    const char* const standard = "   - Unexpected failure x:Group.\n";
+    const char* const nothing = "   -   raw value: \"2\", value: \"2\".\n";
+    const char* const entry = "   - Entering x:Group: .\n";
     const struct
     {
         const char* at;
         std::function<void()> raise;
-        EOutcome outcome;
+        const char* outcome;
         const char* line; // the last one
         ERunState state;
         bool closesTestLog;
     } rows[] = {
-        {child, abort, THROWN, "   - Aborted by user x:Group.\n", RS_EXECUTING, false},
-        {child, family, THROWN, "   - Unexpected Zelkor failure x:Group.\n", RS_FAILED, false},
-        {child, standard, FAILED, "   - Unexpected failure x:Group.\n", RS_FAILED, false},
-        {child, stream, FAILED, "   - Unexpected failure x:Group.\n", RS_FAILED, false},
-        {child, unknown, THROWN, "   -   raw value: \"2\", value: \"2\".\n", RS_FAILED, false},
-        {child, memory, THROWN, "   -   raw value: \"2\", value: \"2\".\n", RS_FAILED, true},
-        {child, parserMemory, THROWN, "   -   raw value: \"2\", value: \"2\".\n", RS_FAILED, false},
-        {exit, standard, FAILED, "   - Unexpected failure x:Group.\n", RS_FAILED, false},
-        {exit, family, THROWN, "   - Unexpected Zelkor failure x:Group.\n", RS_FAILED, false},
+        // clang-format off
+        {child, [] { throw ZKUserAbort("stop"); }, "thrown", aborted, RS_EXECUTING, false},
+        {child, [] { throw ZKRunTimeException("T"); }, "thrown", family, RS_FAILED, false},
+        {child, [] { throw std::runtime_error("r"); }, "false", standard, RS_FAILED, false},
+        {child, [] { throw 1; }, "thrown", nothing, RS_FAILED, false},
+        {child, [] { throw std::bad_alloc(); }, "thrown", nothing, RS_FAILED, true},
+        {child, [] { throw XERCES_CPP_NAMESPACE::OutOfMemoryException(); }, "thrown", nothing, RS_FAILED, false},
+        {exit, [] { throw std::runtime_error("r"); }, "false", standard, RS_FAILED, false},
         // What happens before the first pass is not handled.
-        {start, family, THROWN, "\n", RS_FAILED, false},
-        {start, standard, THROWN, "\n", RS_FAILED, false},
-        {attribute, abort, THROWN, "   - Entering x:Group: .\n", RS_EXECUTING, false},
-        {attribute, standard, THROWN, "   - Entering x:Group: .\n", RS_FAILED, false},
+        {start, [] { throw ZKRunTimeException("T"); }, "thrown", "\n", RS_FAILED, false},
+        {attribute, [] { throw ZKUserAbort("stop"); }, "thrown", entry, RS_EXECUTING, false},
+        {attribute, [] { throw std::runtime_error("r"); }, "thrown", entry, RS_FAILED, false},
+        // clang-format on
     };
     for (const auto& row : rows)
     {
         SCOPED_TRACE(std::string(row.at) + " -> " + row.line);
         CLoop loop(Loop("to='2'"));
         loop.Host.SuiteLog().AddTestLog("open", false, false);
-        loop.At(row.at, row.raise);
-        if (row.outcome == THROWN)
-        {
-            EXPECT_ANY_THROW(loop.Group().Execute(false));
-        }
-        else
-        {
-            EXPECT_FALSE(loop.Group().Execute(false));
-        }
+        loop.Host.At(row.at, row.raise);
+        EXPECT_EQ(Outcome([&] { return loop.Group().Execute(false); }), row.outcome);
         EXPECT_TRUE(loop.Trace().ends_with(row.line)) << loop.Trace();
         EXPECT_EQ(loop.Group().RunState(), row.state);
         EXPECT_EQ(loop.Host.SuiteLog().CurrentTestLog()->Closed(), row.closesTestLog);
@@ -406,7 +320,7 @@ TEST(Loop, DiagnosticText)
 
     loop.Host.Services.ExecutionType = EXECUTION_NORMAL;
     QString texts;
-    loop.At("Entering x:Function", [&] { texts += group.GetDiagnosticString(); });
+    loop.Host.At("Entering x:Function", [&] { texts += group.GetDiagnosticString(); });
     EXPECT_TRUE(group.Execute(false));
     EXPECT_EQ(texts, QStringLiteral("Executing Group G:  iterator=0xfe\nExecuting Group G:  iterator=0xff\n"));
 }
@@ -419,8 +333,4 @@ TEST(Loop, SelectionIsLeftToTheChildren)
     EXPECT_EQ(CVariables::Value("$i"), 3U);
     EXPECT_TRUE(loop.Trace().ends_with("   - Exiting x:Group.\n"));
     EXPECT_EQ(loop.Group().RunState(), RS_PASSED);
-
-    CLoop empty(Loop("to='3'", "<x:Parameter/>"));
-    EXPECT_THROW(empty.Group().Execute(false), CTestSuiteException);
-    EXPECT_EQ(empty.Group().RunState(), RS_NOT_RUN);
 }

@@ -15,18 +15,11 @@ const std::string GROUPS = "<x:InitGroup/><x:ExitGroup/>";
 const std::string CLOSE = "</x:TestSuite>";
 
 /// A valid suite whose elements nest `depth` deep.
-std::string Nested(unsigned depth)
+std::string Nested(int depth)
 {
-    std::string text = OPEN + "<x:InitGroup/>";
-    for (unsigned i = 1; i < depth; ++i)
-    {
-        text += "<x:Group>";
-    }
-    for (unsigned i = 1; i < depth; ++i)
-    {
-        text += "</x:Group>";
-    }
-    return text + "<x:ExitGroup/>" + CLOSE;
+    const QString groups =
+        QStringLiteral("<x:Group>").repeated(depth - 1) + QStringLiteral("</x:Group>").repeated(depth - 1);
+    return OPEN + "<x:InitGroup/>" + groups.toStdString() + "<x:ExitGroup/>" + CLOSE;
 }
 } // namespace
 
@@ -88,16 +81,25 @@ TEST_F(DOMDocTest, WhatIsNotASuiteIsReportedWithItsPlace)
     const std::vector<std::pair<std::string, std::string>> rows{
         {"no xml", "1:1: Fatal Error: invalid document structure\n"},
         {OPEN + "\n<x:InitGroup>",
-         "2:14: Fatal Error: input ended before all started tags were ended; last tag started "
-         "is 'InitGroup'\n"},
+         "2:14: Fatal Error: input ended before all started tags were ended; last tag started is 'InitGroup'\n"},
         {OPEN + "\n&secret;" + CLOSE, "2:9: Fatal Error: entity 'secret' not found\n"},
         {"<!DOCTYPE a [<!ENTITY e 'x'>\n<!ENTITY f '&e;&e;'>]>" + OPEN + "&f;" + CLOSE, "1:13: " + refusedDTD},
         {"\n<!DOCTYPE a SYSTEM 'file:///etc/hostname'>" + OPEN + GROUPS + CLOSE, "2:42: " + refusedDTD},
         {"<x:InitGroup xmlns:x='urn:zelkor:test-suite'/>",
-         "1:47: Error: no declaration found for element "
-         "'x:InitGroup'\n"},
+         "1:47: Error: no declaration found for element 'x:InitGroup'\n"},
         {"<?xml version='1.0' encoding='windows-1251'?>" + OPEN + GROUPS + "<x:Tooltip>\xC4</x:Tooltip>" + CLOSE,
          "1:1: Fatal Error: the file's encoding is not supported; save it as UTF-8\n"},
+        {OPEN + "\n<x:InitGroup bad='1'/>\n<x:ExitGroup\n  worse='2'/>\n" + CLOSE,
+         "2:23: Error: attribute 'bad' is not declared for element 'InitGroup'\n"
+         "4:14: Error: attribute 'worse' is not declared for element 'ExitGroup'\n"},
+        {"<!-- none -->\n<TestSuite></TestSuite>",
+         "2:12: Error: no declaration found for element 'TestSuite'\n"
+         "2:1: Error: the root element \"TestSuite\" is not in the namespace \"urn:zelkor:test-suite\"; declare "
+         "xmlns:x=\"urn:zelkor:test-suite\" and use the prefix x\n"},
+        {"<x:TestSuite xmlns:x='urn:zelkor:test-suite' xmlns:y='urn:zelkor:test-suite'>\n <y:InitGroup/>"
+         "<y:ExitGroup/></x:TestSuite>",
+         "2:2: Error: the element \"y:InitGroup\" is in the namespace \"urn:zelkor:test-suite\" without the prefix "
+         "x; declare xmlns:x=\"urn:zelkor:test-suite\" and use the prefix x for every element\n"},
         {Nested(256), "valid\n"},
         {Nested(257), "1:2355: Fatal Error: elements nest deeper than 256 levels\n"},
     };
@@ -105,30 +107,6 @@ TEST_F(DOMDocTest, WhatIsNotASuiteIsReportedWithItsPlace)
     {
         EXPECT_EQ(ErrorsOf(text), errors) << text.substr(0, 200);
     }
-}
-
-TEST_F(DOMDocTest, NamespaceTroubleSaysWhatToWrite)
-{
-    EXPECT_EQ(ErrorsOf("<!-- none -->\n<TestSuite></TestSuite>"),
-              "2:12: Error: no declaration found for element 'TestSuite'\n"
-              "2:1: Error: the root element \"TestSuite\" is not in the namespace \"urn:zelkor:test-suite\"; declare "
-              "xmlns:x=\"urn:zelkor:test-suite\" and use the prefix x\n");
-    EXPECT_EQ(
-        ErrorsOf("<x:TestSuite xmlns:x='urn:zelkor:test-suite' xmlns:y='urn:zelkor:test-suite'>\n"
-                 " <y:InitGroup/><y:ExitGroup/></x:TestSuite>"),
-        "2:2: Error: the element \"y:InitGroup\" is in the namespace \"urn:zelkor:test-suite\" without the prefix "
-        "x; declare xmlns:x=\"urn:zelkor:test-suite\" and use the prefix x for every element\n");
-}
-
-TEST_F(DOMDocTest, EveryErrorIsReported)
-{
-    const std::string errors =
-        ErrorsOf(OPEN + "\n<x:InitGroup bad='1'/>\n<x:ExitGroup\n  worse='2'/>\n<x:Odd/>" + CLOSE);
-    EXPECT_TRUE(errors.starts_with("2:23: Error: attribute 'bad' is not declared for element 'InitGroup'\n"
-                                   "4:14: Error: attribute 'worse' is not declared for element 'ExitGroup'\n"
-                                   "5:9: Error: no declaration found for element 'x:Odd'\n"
-                                   "5:23: Error: element 'x:Odd' is not allowed for content model"))
-        << errors;
 }
 
 TEST_F(DOMDocTest, SchemaHintsAndOtherFilesAreIgnored)
@@ -193,8 +171,6 @@ TEST_F(DOMDocTest, EachParseStartsAfresh)
     const pugi::xml_node root = document.GetRootElement();
     EXPECT_EQ(CDOMDoc::GetAttribute(root, QStringLiteral("library")), QString());
     EXPECT_EQ(CDOMDoc::GetAllAttributes(root).at(QStringLiteral("name")), QStringLiteral("N"));
-    EXPECT_EQ(CDOMDoc::RunQuery(root, "x:InitGroup").size(), 1U);
-    EXPECT_EQ(CDOMDoc::RunQuery(pugi::xml_node(), "x:InitGroup").size(), 0U);
     document.Reset();
     EXPECT_FALSE(document.Parsed() || document.GetRootElement());
     std::filesystem::remove(path);
@@ -204,7 +180,5 @@ TEST_F(DOMDocTest, EachParseStartsAfresh)
 
 TEST_F(DOMDocTest, UnknownSchemasAreRefused)
 {
-    EXPECT_EQ(Outcome([] { CDOMParser unknown(QStringLiteral("Other.xsd")); }),
-              "error: There is no schema \"Other.xsd\".");
-    EXPECT_TRUE(CDOMParser::SchemaText(QStringLiteral("ZKTestSuiteSchema.xsd")).contains("urn:zelkor:test-suite"));
+    EXPECT_EQ(Outcome([] { CDOMParser(QStringLiteral("Other.xsd")); }), "error: There is no schema \"Other.xsd\".");
 }

@@ -2,8 +2,6 @@
 
 #include <HostKit/ScriptedUserInput.h>
 
-#include <cstring>
-
 class ScriptedUserInputTest : public CServicesTest
 {
 protected:
@@ -38,60 +36,48 @@ protected:
     std::uint64_t slot = 0xAAAAAAAAAAAAAAAA;
 };
 
-TEST_F(ScriptedUserInputTest, AnswersFillTheSlot)
+TEST_F(ScriptedUserInputTest, OnlyAnAnswerFillsTheSlot)
 {
-    CScriptedUserInput input({true, false, std::uint64_t{1}, std::uint64_t{10}, EPromptEnd::Ok});
+    const std::string concluded = "0: concluded 1, result 0, timed out 0";
+    const std::string timedOut = "1: concluded 0, result 0, timed out 1";
+    const std::string cancelled = "2: concluded 0, result 0, timed out 0";
+    CScriptedUserInput input({true, EPromptEnd::TimeOut, false, EPromptEnd::Cancel, std::uint64_t{1},
+                              EPromptEnd::Cancel, std::uint64_t{10}, EPromptEnd::TimeOut, EPromptEnd::Ok,
+                              EPromptEnd::TimeOut, EPromptEnd::Abort});
     EXPECT_EQ(Choice(input), RESULT);
+    EXPECT_EQ(Choice(input), timedOut);
     EXPECT_EQ(slot, 0xAAAAAAAAAAAAAA01);
     EXPECT_EQ(Choice(input), RESULT);
+    EXPECT_EQ(Choice(input), cancelled);
     EXPECT_EQ(slot, 0xAAAAAAAAAAAAAA00);
     EXPECT_EQ(Number(input, 10, 1), RESULT);
+    EXPECT_EQ(Number(input, 10, 1), cancelled);
     EXPECT_EQ(slot, 1U);
     EXPECT_EQ(Number(input, 10, 1), RESULT);
+    EXPECT_EQ(Number(input, 10, 1), timedOut);
     EXPECT_EQ(slot, 10U);
-    EXPECT_EQ(Info(input), "0: concluded 1, result 0, timed out 0");
-}
-
-TEST_F(ScriptedUserInputTest, DialogsThatEndWithoutAnAnswerLeaveTheSlot)
-{
-    const auto timedOut = "1: concluded 0, result 0, timed out 1";
-    const auto cancelled = "2: concluded 0, result 0, timed out 0";
-    CScriptedUserInput input({true, EPromptEnd::TimeOut, EPromptEnd::Cancel, EPromptEnd::TimeOut,
-                              EPromptEnd::Cancel, EPromptEnd::Abort});
-    Choice(input);
-    EXPECT_EQ(Choice(input), timedOut);
-    EXPECT_EQ(Number(input, 5, 0), cancelled);
+    EXPECT_EQ(Info(input), concluded);
+    services.TestSuiteExecuting = false; // a headline takes no entry
+    EXPECT_EQ(Info(input), concluded);
+    EXPECT_EQ(transcript.Take(), TLines{"headline 3: Plug it in"});
+    services.TestSuiteExecuting = true;
     EXPECT_EQ(Info(input), timedOut);
-    EXPECT_EQ(Choice(input), cancelled);
-    EXPECT_EQ(slot, 0xAAAAAAAAAAAAAA01);
     EXPECT_EQ(Outcome([&] { Info(input); }), "abort: The operator aborted at the prompt \"Plug it in\".");
     EXPECT_FALSE(suiteLog.SuitePassed());
 }
 
 TEST_F(ScriptedUserInputTest, WhatDoesNotFitAbortsTheRun)
 {
-    CScriptedUserInput input(
-        {std::uint64_t{1}, EPromptEnd::Ok, true, EPromptEnd::Ok, false, std::uint64_t{0}, std::uint64_t{11}});
+    CScriptedUserInput input({std::uint64_t{1}, true, EPromptEnd::Ok, false, std::uint64_t{0}, std::uint64_t{11}});
     const auto choice = [&] { Choice(input); };
     const auto number = [&] { Number(input, 10, 1); };
     EXPECT_EQ(Outcome(choice), "abort: Answer 1 to the prompt \"Is it on?\": a yes/no prompt takes true or false.");
-    EXPECT_EQ(Outcome(choice), "abort: Answer 2 to the prompt \"Is it on?\": a yes/no prompt takes true or false.");
+    EXPECT_EQ(Outcome(number), "abort: Answer 2 to the prompt \"How many?\": an integer prompt takes a number.");
     EXPECT_EQ(Outcome(number), "abort: Answer 3 to the prompt \"How many?\": an integer prompt takes a number.");
-    EXPECT_EQ(Outcome(number), "abort: Answer 4 to the prompt \"How many?\": an integer prompt takes a number.");
     EXPECT_EQ(Outcome([&] { Info(input); }),
-              "abort: Answer 5 to the prompt \"Plug it in\": an information box takes \"ok\".");
-    EXPECT_EQ(Outcome(number), "abort: Answer 6 to the prompt \"How many?\": 0 is not from 1 to 10.");
-    EXPECT_EQ(Outcome(number), "abort: Answer 7 to the prompt \"How many?\": 11 is not from 1 to 10.");
-    EXPECT_EQ(Outcome(choice), "abort: Answer 8 to the prompt \"Is it on?\": the list has no further entry.");
+              "abort: Answer 4 to the prompt \"Plug it in\": an information box takes \"ok\".");
+    EXPECT_EQ(Outcome(number), "abort: Answer 5 to the prompt \"How many?\": 0 is not from 1 to 10.");
+    EXPECT_EQ(Outcome(number), "abort: Answer 6 to the prompt \"How many?\": 11 is not from 1 to 10.");
+    EXPECT_EQ(Outcome(choice), "abort: Answer 7 to the prompt \"Is it on?\": the list has no further entry.");
     EXPECT_EQ(slot, 0xAAAAAAAAAAAAAAAA);
-}
-
-TEST_F(ScriptedUserInputTest, HeadlinesTakeNoEntry)
-{
-    CScriptedUserInput input({false});
-    services.TestSuiteExecuting = false;
-    EXPECT_EQ(Info(input), "0: concluded 1, result 0, timed out 0");
-    EXPECT_EQ(transcript.Take(), TLines{"headline 3: Plug it in"});
-    services.TestSuiteExecuting = true;
-    EXPECT_EQ(Choice(input), RESULT);
 }

@@ -4,20 +4,14 @@
 
 #include <QFile>
 
-#include <gtest/gtest.h>
-
+#include <regex>
 #include <sstream>
 
 namespace
 {
 std::string OneLine(std::string_view text)
 {
-    std::string line;
-    for (const char c : text)
-    {
-        line += c == '\n' ? std::string("\\n") : std::string(1, c);
-    }
-    return line;
+    return std::regex_replace(std::string(text), std::regex("\n"), "\\n");
 }
 
 std::string StatusName(TEST_STATUS status)
@@ -196,10 +190,8 @@ public:
                            std::string_view button, EUIEmphasis emphasis, gui::EAbortBtn abortButton,
                            std::string_view help) override
     {
-        std::ostringstream call;
-        call << "ShowInfo " << mode << ' ' << timeout << " '" << OneLine(text) << "' " << BoolName(wait) << " '"
-             << button << "' " << emphasis << ' ' << abortButton << " '" << help << '\'';
-        m_Host.Record(REC_CALLS, call.str());
+        Record("ShowInfo ", mode, ' ', timeout, " '", OneLine(text), "' ", BoolName(wait), " '", button, "' ", emphasis,
+               ' ', abortButton, " '", help, '\'');
         return CScriptedUserInput::ShowInfo(mode, timeout, text, wait, button, emphasis, abortButton, help);
     }
 
@@ -207,10 +199,8 @@ public:
                                 std::string_view yes, std::string_view no, gui::EAbortBtn abortButton,
                                 std::string_view help) override
     {
-        std::ostringstream call;
-        call << "BooleanChoice " << mode << ' ' << timeout << " '" << OneLine(text) << "' '" << yes << "' '" << no
-             << "' " << abortButton << " '" << help << '\'';
-        m_Host.Record(REC_CALLS, call.str());
+        Record("BooleanChoice ", mode, ' ', timeout, " '", OneLine(text), "' '", yes, "' '", no, "' ", abortButton,
+               " '", help, '\'');
         return CScriptedUserInput::BooleanChoice(mode, timeout, text, answer, yes, no, abortButton, help);
     }
 
@@ -219,19 +209,25 @@ public:
                              std::uint64_t min, std::string_view title, std::string_view unit,
                              gui::EAbortBtn abortButton, std::string_view help) override
     {
-        std::ostringstream call;
-        call << "GetInteger " << mode << ' ' << timeout << " '" << OneLine(text) << "' '" << label << "' =" << *value
-             << " base " << base << ' ' << BoolName(initialize) << " max " << max << " min " << min << " '" << title
-             << "' '" << unit << "' " << abortButton << " '" << help << '\'';
-        m_Host.Record(REC_CALLS, call.str());
+        Record("GetInteger ", mode, ' ', timeout, " '", OneLine(text), "' '", label, "' =", *value, " base ", base, ' ',
+               BoolName(initialize), " max ", max, " min ", min, " '", title, "' '", unit, "' ", abortButton, " '",
+               help, '\'');
         return CScriptedUserInput::GetInteger(mode, timeout, text, label, value, base, initialize, max, min, title,
                                               unit, abortButton, help);
     }
 
-    void EnableInput() override { m_Host.Record(REC_CALLS, "EnableInput"); }
-    void FunctionFinished() override { m_Host.Record(REC_CALLS, "FunctionFinished"); }
+    void EnableInput() override { Record("EnableInput"); }
+    void FunctionFinished() override { Record("FunctionFinished"); }
 
 private:
+    template <class... Parts>
+    void Record(const Parts&... parts)
+    {
+        std::ostringstream call;
+        (call << ... << parts);
+        m_Host.Record(REC_CALLS, call.str());
+    }
+
     CRecordingHost& m_Host;
 };
 
@@ -290,6 +286,24 @@ std::string CRecordingHost::Text(unsigned kinds) const
     return text;
 }
 
+std::string CRecordingHost::Trace(const char* without) const
+{
+    const std::string head = "log TS_NONE L5 node: ";
+    std::string text = "\n";
+    for (const std::string& line : Transcript(REC_LOG))
+    {
+        const bool isShown = line.starts_with(head) && (!without || line.find(without) == std::string::npos);
+        text += isShown ? line.substr(head.size()) + '\n' : "";
+    }
+    return text;
+}
+
+void CRecordingHost::At(const std::string& text, const std::function<void()>& action)
+{
+    OnRecord = [text, action](ERecorded, const std::string& line)
+    { line.find(text) != std::string::npos ? action() : void(); };
+}
+
 QString CRecordingHost::WriteFile(const QString& name, const std::string& content) const
 {
     const QString path = Folder() + QLatin1Char('/') + name;
@@ -303,11 +317,6 @@ void CRecordingHost::Answers(std::deque<SScriptedAnswer> answers)
 {
     m_Input = std::make_unique<CInput>(*this, std::move(answers));
     Services.UserInput = m_Input.get();
-}
-
-ZKLogger& CRecordingHost::Logger()
-{
-    return *m_Logger;
 }
 
 CTestSuiteLog& CRecordingHost::SuiteLog()
@@ -388,4 +397,27 @@ CNode& CLoadedSuite::Node(const std::string& path)
 bool CLoadedSuite::Run(bool stopOnFail)
 {
     return m_Root->Execute(stopOnFail);
+}
+
+std::string WithoutLines(const std::string& text)
+{
+    return std::regex_replace(text, std::regex("\\(\\d+\\): C"), "(LINE): C");
+}
+
+std::string Outcome(const std::function<bool()>& action)
+{
+    try
+    {
+        return BoolName(action());
+    }
+    catch (...)
+    {
+        return "thrown";
+    }
+}
+
+std::uint64_t CVariables::Value(const char* name)
+{
+    const CVariable& variable = GetVariable(QString::fromUtf8(name));
+    return variable.View<std::uint64_t>() & variable.MaxSize();
 }

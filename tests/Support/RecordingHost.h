@@ -1,5 +1,6 @@
 #pragma once
 
+#include <CoreKit/CatchLadder.h>
 #include <HostKit/AppSettings.h>
 #include <HostKit/AppState.h>
 #include <HostKit/HostListener.h>
@@ -13,10 +14,13 @@
 
 #include <QTemporaryDir>
 
+#include <gtest/gtest.h>
+
 #include <deque>
 #include <functional>
 #include <memory>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 /// What a transcript shows; anything else that the host is asked is left out.
@@ -46,6 +50,9 @@ public:
     std::vector<std::string> Transcript(unsigned kinds = REC_STORY) const;
     /// The same as one text, for comparison with a raw string: every line ends with a line end.
     std::string Text(unsigned kinds = REC_STORY) const;
+    /// The trace lines of nodes alone, which have one status, level and format, behind an empty line; lines with a text
+    /// can be left out.
+    std::string Trace(const char* without = nullptr) const;
     void Clear() { m_Lines.clear(); }
     void Record(ERecorded kind, const std::string& line);
 
@@ -62,8 +69,9 @@ public:
 
     /// Called with every recorded line, before it is kept: a test can throw or change something at that point.
     std::function<void(ERecorded kind, const std::string& line)> OnRecord;
+    /// Calls back at every recorded line that contains a text, and at no other.
+    void At(const std::string& text, const std::function<void()>& action);
 
-    ZKLogger& Logger();
     CTestSuiteLog& SuiteLog();
     /// Starts a new suite log, as a host does for every run.
     void NewSuiteLog();
@@ -118,4 +126,39 @@ private:
     pugi::xml_document m_Unvalidated;
     std::unique_ptr<TestSuiteState> m_State;
     std::unique_ptr<CTestSuiteNode> m_Root;
+};
+
+/// Attributes of a suite that runs the functions of the engine's test library.
+inline const char* const WITH_LIBRARY = "name=\"Suite\" library=\"EngineTests\"";
+
+/// A text with the line numbers of the engine's sources replaced.
+std::string WithoutLines(const std::string& text);
+
+/// "true" or "false" as an action returns, "thrown" when it throws anything.
+std::string Outcome(const std::function<bool()>& action);
+
+/// The text, without line numbers, of what an action throws: exactly that class, with the status of an error.
+template <class Exception>
+std::string ThrownText(const std::function<void()>& action)
+{
+    try
+    {
+        action();
+    }
+    catch (const ZKException& exception)
+    {
+        EXPECT_EQ(typeid(exception), typeid(Exception));
+        EXPECT_EQ(exception.Status(), TS_ERROR);
+        return WithoutLines(exception.what());
+    }
+    return "nothing thrown";
+}
+
+/// The way to the variables that nodes read.
+class CVariables : public CNode
+{
+public:
+    /// The bytes of a variable, as many as its type has.
+    static std::uint64_t Value(const char* name);
+    static bool AreSet() { return ThrownText<ZKParseTreeException>(DoGetVariableList) == "nothing thrown"; }
 };
