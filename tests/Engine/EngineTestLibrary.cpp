@@ -27,9 +27,9 @@ bool Record(Values... values)
 extern "C"
 {
     /// The arguments of every recorded call, oldest first; the tests read and clear them.
-    ZK_EXPORT std::vector<std::vector<TWord>>& RecordedCalls()
+    ZK_EXPORT std::vector<std::vector<TWord>>* RecordedCalls()
     {
-        return g_Calls;
+        return &g_Calls;
     }
 
     // clang-format off

@@ -122,7 +122,7 @@ protected:
         return text.str();
     }
 
-    TCalls& Calls() const { return reinterpret_cast<TCalls& (*)()>(m_Library.GetFunction("RecordedCalls"))(); }
+    TCalls& Calls() const { return *reinterpret_cast<TCalls* (*)()>(m_Library.GetFunction("RecordedCalls"))(); }
     std::vector<std::uint64_t> Arguments() const { return Calls().empty() ? TCalls::value_type{} : Calls().back(); }
 
     CRecordingHost m_Host;
