@@ -346,8 +346,8 @@ bool CFunctionNode::CallEntryPoint(const std::uint64_t* slots, std::size_t count
     {
         FlushOutput(true);
         ThrowFormatted<ZKRunTimeException>(
-            "\n%s(%d): %s:\nTest Suite Function '%s' takes %d parameters.  The maximum currently allowed is %d.  If you "
-            "see this, ask the developers to add more.",
+            "\n%s(%d): %s:\nTest Suite Function '%s' takes %d parameters.  The maximum currently allowed is %d.  If "
+            "you see this, ask the developers to add more.",
             SOURCE_FILE, DISPATCH_LIMIT_LINE, "CFunctionNode::DoCall", qUtf8Printable(m_Name), static_cast<int>(count),
             static_cast<int>(MAX_CALL_PARAMETERS));
     }

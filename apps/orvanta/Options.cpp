@@ -142,9 +142,9 @@ void CCommandLine::AddSuiteOptions(CLI::App& app)
                    "Look for test libraries here too, after the\nsuite's own folder; repeatable")
         ->allow_extra_args(false)
         ->type_name("DIR");
-    AddPattern(
-        app, "-t,--select",
-        "Select nodes by path, label or name: \"/1/0\",\n\"Group/Function\", with * and **; the first starts\nfrom nothing selected; repeatable");
+    AddPattern(app, "-t,--select",
+               "Select nodes by path, label or name: \"/1/0\",\n\"Group/Function\", with * and **; the first starts\n"
+               "from nothing selected; repeatable");
     AddPattern(app, "-T,--deselect", "Deselect nodes; in the order given; repeatable");
     app.add_flag("--debug", m_Options.debug, "Debug mode: nothing is selected at first");
     AddText(app, "--product", m_Options.product, "LABEL", "Stand in for the product label of the settings");

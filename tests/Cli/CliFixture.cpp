@@ -1,11 +1,10 @@
 #include "CliFixture.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QFile>
 #include <QProcessEnvironment>
-#include <QThread>
 
+#include <fstream>
+#include <iterator>
 #include <sstream>
 
 namespace
@@ -15,73 +14,67 @@ constexpr int TIMEOUT = 30000;
 
 CCliTest::CCliTest()
 {
-    Write(QStringLiteral("settings.ini"), "[runtime]\nLockFileName=" + Path(QStringLiteral("lock")).toUtf8() + '\n');
+    Write("settings.ini", "[runtime]\nLockFileName=" + Path("lock") + '\n');
 }
 
-QString CCliTest::Write(const QString& name, const QByteArray& content) const
+void CCliTest::Write(const std::string& name, const std::string& content) const
 {
-    QFile file(Path(name));
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(content) == content.size()) << qPrintable(name);
-    return file.fileName();
+    std::ofstream file(Path(name), std::ios::binary);
+    EXPECT_TRUE(file << content << std::flush) << name;
 }
 
-std::string CCliTest::Read(const QString& name) const
+std::string CCliTest::Read(const std::string& name) const
 {
-    QFile file(Path(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : "";
+    std::ifstream file(Path(name), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
-QString CCliTest::Suite(const QByteArray& body, const QString& name, const QByteArray& attributes,
-                        const QByteArray& variables, const QByteArray& exit) const
+std::string CCliTest::Suite(const std::string& body, const std::string& exit, const std::string& name,
+                            const std::string& attributes, const std::string& variables) const
 {
-    return Write(name,
-                 "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                 "<x:TestSuite xmlns:x=\"urn:zelkor:test-suite\" name=\"Bench\" library=\"CliLibrary\" " +
-                     attributes + ">\n" + variables +
-                     "<x:InitGroup><x:Function name=\"Prepares\"/></x:InitGroup>\n"
-                     "<x:Group name=\"Main\">\n" +
-                     body +
-                     "</x:Group>\n"
-                     "<x:ExitGroup>" +
-                     (exit.isEmpty() ? QByteArray("<x:Function name=\"Prepares\"/>") : exit) +
-                     "</x:ExitGroup>\n"
-                     "</x:TestSuite>\n");
+    Write(name,
+          "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+          "<x:TestSuite xmlns:x=\"urn:zelkor:test-suite\" name=\"Bench\" library=\"CliLibrary\" " +
+              attributes +
+              ">\n<x:Variables><x:Local type=\"BOOL\" name=\"$On\" value=\"false\"/>"
+              "<x:Local type=\"LONGLONG\" name=\"$N\" value=\"42\"/>" +
+              variables +
+              "</x:Variables>\n"
+              "<x:InitGroup><x:Function name=\"Prepares\"/></x:InitGroup>\n"
+              "<x:Group name=\"Main\">\n" +
+              body + "</x:Group>\n<x:ExitGroup>" + (exit.empty() ? Call("Prepares", "Call") : exit) +
+              "</x:ExitGroup>\n</x:TestSuite>\n");
+    return name;
 }
 
-QStringList CCliTest::RunArguments(const QStringList& arguments) const
+QStringList CCliTest::Words(const std::string& arguments)
 {
-    return QStringList{QStringLiteral("run"), QStringLiteral("--settings"), Path(QStringLiteral("settings.ini")),
-                       QStringLiteral("-L"), QStringLiteral(ORVANTA_LIBRARY_FOLDER)} +
-        arguments;
-}
-
-SOutcome CCliTest::Orvanta(const QStringList& arguments) const
-{
-    return Finish(*Start(QStringLiteral(ORVANTA_PROGRAM), arguments));
+    QStringList words = QString::fromStdString(arguments).split(u' ', Qt::SkipEmptyParts);
+    return words.replaceInStrings(QStringLiteral("''"), QString());
 }
 
 QProcessEnvironment CCliTest::Environment() const
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), Path(QStringLiteral("config")));
-    environment.insert(QStringLiteral("XDG_DATA_HOME"), Path(QStringLiteral("data")));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_Folder.filePath(QStringLiteral("config")));
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), m_Folder.filePath(QStringLiteral("data")));
     environment.insert(QStringLiteral("TERM"), QStringLiteral("xterm"));
     environment.remove(QStringLiteral("NO_COLOR"));
     return environment;
 }
 
-std::unique_ptr<CPty> CCliTest::RunAtTerminal(const QStringList& arguments) const
+std::unique_ptr<CPty> CCliTest::RunAtTerminal(const std::string& arguments) const
 {
     return std::make_unique<CPty>(m_Folder.path(), Environment().toStringList(),
-                                  QStringList{QStringLiteral(ORVANTA_PROGRAM)} + RunArguments(arguments));
+                                  QStringList{QStringLiteral(ORVANTA_PROGRAM)} + Words(RUN + arguments));
 }
 
-std::unique_ptr<QProcess> CCliTest::Start(const QString& program, const QStringList& arguments) const
+std::unique_ptr<QProcess> CCliTest::Start(const char* program, const QStringList& arguments) const
 {
     auto process = std::make_unique<QProcess>();
     process->setProcessEnvironment(Environment());
     process->setWorkingDirectory(m_Folder.path());
-    process->start(program, arguments);
+    process->start(QString::fromUtf8(program), arguments);
     EXPECT_TRUE(process->waitForStarted(TIMEOUT)) << qPrintable(process->errorString());
     return process;
 }
@@ -94,25 +87,7 @@ SOutcome CCliTest::Finish(QProcess& process) const
             process.readAllStandardError().toStdString()};
 }
 
-std::unique_ptr<QProcess> CCliTest::StartHanging(const QString& record) const
-{
-    const QString suite = Suite(Call("Hangs"), QStringLiteral("hanging.xml"));
-    auto process =
-        Start(QStringLiteral(ORVANTA_PROGRAM), RunArguments({QStringLiteral("--record"), Path(record), suite}));
-    const QDeadlineTimer deadline(TIMEOUT);
-    while (Read(record).find("\"text\":\"hanging\"") == std::string::npos)
-    {
-        if (deadline.hasExpired() || process->waitForFinished(1))
-        {
-            ADD_FAILURE() << "the run does not hang: " << process->readAllStandardError().toStdString();
-            break;
-        }
-        QThread::msleep(10);
-    }
-    return process;
-}
-
-std::vector<TJson> CCliTest::Record(const QString& name) const
+std::vector<TJson> CCliTest::Record(const std::string& name) const
 {
     std::vector<TJson> events;
     std::istringstream lines(Read(name));
@@ -124,17 +99,17 @@ std::vector<TJson> CCliTest::Record(const QString& name) const
     return events;
 }
 
-std::vector<TJson> CCliTest::Events(const QString& record, const char* kind) const
+std::vector<TJson> CCliTest::Events(const std::string& kind) const
 {
-    std::vector<TJson> events = Record(record);
-    std::erase_if(events, [kind](const TJson& event) { return event.at("event") != kind; });
+    std::vector<TJson> events = Record();
+    std::erase_if(events, [&kind](const TJson& event) { return event.at("event") != kind; });
     return events;
 }
 
-std::string CCliTest::Ran(const QString& record) const
+std::string CCliTest::Ran() const
 {
     std::string paths;
-    for (const TJson& state : Events(record, "state"))
+    for (const TJson& state : Events("state"))
     {
         const std::string path = state.at("path").get<std::string>() + ' ';
         if (state.at("element") == "x:Function" && state.at("state") == "executing" && !paths.ends_with(path))
@@ -145,9 +120,14 @@ std::string CCliTest::Ran(const QString& record) const
     return paths;
 }
 
-QByteArray Call(const char* function, const char* type)
+std::string Call(const std::string& function, const std::string& type)
 {
-    return QByteArray("<x:Function name=\"") + function + "\" type=\"" + type + "\"/>\n";
+    return "<x:Function name=\"" + function + "\" type=\"" + type + "\"/>\n";
+}
+
+bool Contains(const std::string& text, const std::string& part)
+{
+    return text.find(part) != std::string::npos;
 }
 
 int main(int argc, char** argv)

@@ -3,9 +3,6 @@
 #include "Pty.h"
 
 #include <QProcess>
-#include <QProcessEnvironment>
-#include <QString>
-#include <QStringList>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -25,44 +22,46 @@ struct SOutcome
     std::string err;
 };
 
-/// Runs the program in a folder of its own, which also holds settings, execution lock and the user's folders.
+/// One function of the library as a suite calls it.
+std::string Call(const std::string& function, const std::string& type = "PassFailTest");
+bool Contains(const std::string& text, const std::string& part);
+
+/// Runs the program in a folder of its own, which also holds settings, execution lock and the user's folders. Command
+/// lines are words between blanks; '' is an empty word.
 class CCliTest : public ::testing::Test
 {
 protected:
     CCliTest();
 
     /// A path in the test's folder.
-    QString Path(const QString& name) const { return m_Folder.filePath(name); }
-    QString Write(const QString& name, const QByteArray& content) const;
-    std::string Read(const QString& name) const;
-    /// Writes a suite whose only group holds `body`; gives its path. The exit group holds `exit`, or one call.
-    QString Suite(const QByteArray& body, const QString& name = QStringLiteral("suite.xml"),
-                  const QByteArray& attributes = {}, const QByteArray& variables = {},
-                  const QByteArray& exit = {}) const;
+    std::string Path(const std::string& name) const { return m_Folder.path().toStdString() + '/' + name; }
+    void Write(const std::string& name, const std::string& content) const;
+    std::string Read(const std::string& name) const;
+    /// Writes a suite with the variables $On, which is false, and $N, which is 42; gives its name. The exit group
+    /// holds `exit`, or one call.
+    std::string Suite(const std::string& body, const std::string& exit = {}, const std::string& name = "suite.xml",
+                      const std::string& attributes = {}, const std::string& variables = {}) const;
 
-    SOutcome Orvanta(const QStringList& arguments) const;
+    SOutcome Orvanta(const std::string& arguments) const { return Finish(*Start(ORVANTA_PROGRAM, Words(arguments))); }
     /// `orvanta run` with the test's settings and library folder.
-    SOutcome Run(const QStringList& arguments) const { return Orvanta(RunArguments(arguments)); }
-    QStringList RunArguments(const QStringList& arguments) const;
-    std::unique_ptr<QProcess> Start(const QString& program, const QStringList& arguments) const;
+    SOutcome Run(const std::string& arguments) const { return Orvanta(RUN + arguments); }
+    std::unique_ptr<QProcess> Start(const char* program, const QStringList& arguments) const;
     /// The same call as `Run` at a terminal.
-    std::unique_ptr<CPty> RunAtTerminal(const QStringList& arguments) const;
+    std::unique_ptr<CPty> RunAtTerminal(const std::string& arguments) const;
     SOutcome Finish(QProcess& process) const;
-    /// Starts a run that hangs in a test function and waits until it does.
-    std::unique_ptr<QProcess> StartHanging(const QString& record) const;
 
     /// The record's events; fails the test for a line that is none.
-    std::vector<TJson> Record(const QString& name) const;
+    std::vector<TJson> Record(const std::string& name = "r") const;
     /// The record's events of one kind.
-    std::vector<TJson> Events(const QString& record, const char* kind) const;
+    std::vector<TJson> Events(const std::string& kind) const;
     /// The paths of the functions that ran, each followed by a blank; passes of a loop once.
-    std::string Ran(const QString& record) const;
+    std::string Ran() const;
+
+    static QStringList Words(const std::string& arguments);
+    static inline const std::string RUN = "run --settings settings.ini -L " ORVANTA_LIBRARY_FOLDER " ";
 
 private:
     QProcessEnvironment Environment() const;
 
     QTemporaryDir m_Folder;
 };
-
-/// One function of the library as a suite calls it.
-QByteArray Call(const char* function, const char* type = "PassFailTest");

@@ -25,95 +25,21 @@ void AwaitInterrupt(const char* text)
 }
 } // namespace
 
-ZK_TEST(Prepares)
-{
-    return true;
-}
-
-ZK_TEST(Passes)
-{
-    zk_log(3, "all is well\nwith the device");
-    return true;
-}
-
-ZK_TEST(ReturnsFalse)
-{
-    return false;
-}
-
-ZK_TEST(LogsFailure)
-{
-    zk_failure("the voltage is low");
-    return true;
-}
-
-ZK_TEST(LogsError)
-{
-    zk_error("no device");
-    return true;
-}
-
-ZK_TEST(Warns)
-{
-    zk_warning("the fan is loud");
-    return true;
-}
-
-ZK_TEST(Throws)
-{
-    throw std::runtime_error("out of cheese");
-}
-
-ZK_TEST(ExhaustsMemory)
-{
-    throw std::bad_alloc();
-}
-
-ZK_TEST(Aborts)
-{
-    zk_abort("the operator went home");
-}
-
-ZK_TEST(Interrupts)
-{
-    return std::raise(SIGINT) == 0;
-}
-
-ZK_TEST(Exits)
-{
-    std::exit(0);
-}
-
-ZK_TEST(LogsOddBytes)
-{
-    zk_log(3, "odd \xFF and \033[31mred");
-    return true;
-}
-
-ZK_TEST(Hangs)
-{
-    AwaitInterrupt("hanging");
-    return true;
-}
-
-ZK_TEST(HangsTwice)
-{
-    AwaitInterrupt("hanging");
-    AwaitInterrupt("still hanging");
-    return true;
-}
-
-ZK_TEST(NeverReturns)
-{
-    for (;;)
-    {
-        AwaitInterrupt("stuck");
-    }
-}
-
-ZK_TEST(Naps)
-{
-    zk_log(3, "napping");
-    usleep(50000);
-    return true;
-}
+// clang-format off
+ZK_TEST(Prepares) { return true; }
+ZK_TEST(Passes) { zk_log(3, "all is well\nwith the device"); return true; }
+ZK_TEST(ReturnsFalse) { return false; }
+ZK_TEST(LogsFailure) { zk_failure("the voltage is low"); return true; }
+ZK_TEST(LogsError) { zk_error("no device"); return true; }
+ZK_TEST(Warns) { zk_warning("the fan is loud"); return true; }
+ZK_TEST(Throws) { throw std::runtime_error("out of cheese"); }
+ZK_TEST(ExhaustsMemory) { throw std::bad_alloc(); }
+ZK_TEST(Aborts) { zk_abort("the operator went home"); }
+ZK_TEST(Interrupts) { return std::raise(SIGINT) == 0; }
+ZK_TEST(Exits) { std::exit(0); }
+ZK_TEST(LogsOddBytes) { zk_log(3, "odd \xFF and \033[31mred"); return true; }
+ZK_TEST(Hangs) { AwaitInterrupt("hanging"); return true; }
+ZK_TEST(HangsTwice) { AwaitInterrupt("hanging"); AwaitInterrupt("still hanging"); return true; }
+ZK_TEST(NeverReturns) { for (;;) { AwaitInterrupt("stuck"); } }
+ZK_TEST(Naps) { zk_log(3, "napping"); usleep(50000); return true; }
+// clang-format on

@@ -1,36 +1,32 @@
 #include "CliFixture.h"
 
+#include <QDeadlineTimer>
 #include <QFile>
+#include <QThread>
 
 #include <map>
 #include <regex>
-#include <sstream>
-
-using namespace Qt::StringLiterals;
 
 namespace
 {
 using CFilesTest = CCliTest;
 
+const std::string TIME = "\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z";
+
 /// An event in short: what it is and its most telling values; empty for what depends on the machine.
 std::string Digest(const TJson& event)
 {
-    const std::string kind = event.at("event");
-    const auto text = [&](const char* key) { return ' ' + event.at(key).get<std::string>(); };
-    if (kind == "state")
+    std::string digest = event.at("event");
+    if (digest == "log" || digest == "print")
     {
-        return kind + text("path") + text("element") + text("name") + text("state");
+        return "";
     }
-    if (kind == "run-start")
+    for (const char* key : {"suite", "library", "path", "element", "state", "result", "passed", "tests", "text"})
     {
-        return kind + text("suite") + text("library");
+        digest += event.contains(key) ? ' ' + event.at(key).dump() : "";
     }
-    if (kind == "run-end")
-    {
-        return kind + text("result") + ' ' + event.at("passed").dump() + ' ' + event.at("executed").dump() + ' ' +
-            event.at("tests").dump() + ' ' + event.at("passes").dump();
-    }
-    return kind == "test-log" || kind == "headline" ? kind + text("text") : kind == "record" ? kind : "";
+    std::erase(digest, '"');
+    return digest + '\n';
 }
 
 std::string Keys(const TJson& event)
@@ -44,70 +40,61 @@ std::string Keys(const TJson& event)
 }
 } // namespace
 
-TEST_F(CFilesTest, TheRecordTellsARunInOrder)
+TEST_F(CFilesTest, TheRecordTellsARunInOrderAndEveryEventHasItsKeys)
 {
-    ASSERT_EQ(Run({u"--record"_s, Path(u"r"_s), Suite(Call("Passes"))}).code, 0);
-    std::string transcript;
-    for (const TJson& event : Record(u"r"_s))
-    {
-        const std::string digest = Digest(event);
-        transcript += digest.empty() ? digest : digest + '\n';
-    }
-    EXPECT_EQ(transcript,
-              "record\n"
-              "run-start Bench CliLibrary\n"
-              "test-log Startup\n"
-              "state / x:TestSuite Bench executing\n"
-              "state /0 x:InitGroup  executing\n"
-              "state /0/0 x:Function Prepares executing\n"
-              "test-log Prepares\n"
-              "test-log -------\n"
-              "state /0/0 x:Function Prepares passed\n"
-              "state /0 x:InitGroup  passed\n"
-              "state /1 x:Group Main executing\n"
-              "state /1/0 x:Function Passes executing\n"
-              "test-log Passes\n"
-              "test-log -------\n"
-              "state /1/0 x:Function Passes passed\n"
-              "state /1 x:Group Main passed\n"
-              "state /2 x:ExitGroup  executing\n"
-              "state /2/0 x:Function Prepares executing\n"
-              "test-log Prepares\n"
-              "test-log -------\n"
-              "state /2/0 x:Function Prepares passed\n"
-              "state /2 x:ExitGroup  passed\n"
-              "state / x:TestSuite Bench passed\n"
-              "headline Test suite Passed!\n"
-              "run-end Passed true 1 1 1\n");
-}
-
-TEST_F(CFilesTest, EveryEventHasItsKeys)
-{
-    ASSERT_EQ(Run({u"--record"_s, Path(u"r"_s), Suite(Call("LogsError") + Call("Warns"))}).code, 1);
+    ASSERT_EQ(Run("--record r " + Suite(Call("LogsError"))).code, 1);
+    std::string transcript = "\n";
     std::map<std::string, std::string> keys;
     std::map<std::string, TJson> logs;
-    for (const TJson& event : Record(u"r"_s))
+    for (const TJson& event : Record())
     {
         const std::string kind = event.at("event");
-        EXPECT_TRUE(std::regex_match(event.at("time").get<std::string>(),
-                                     std::regex("\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z")));
+        transcript += Digest(event);
+        EXPECT_TRUE(std::regex_match(event.at("time").get<std::string>(), std::regex(TIME)));
         EXPECT_TRUE(keys.emplace(kind, Keys(event)).first->second == Keys(event)) << event;
         if (kind == "log")
         {
             logs[event.at("text")] = event;
         }
     }
+    EXPECT_EQ(transcript, R"(
+record
+run-start Bench CliLibrary
+test-log Startup
+state / x:TestSuite executing
+state /0 x:InitGroup executing
+state /0/0 x:Function executing
+test-log Prepares
+test-log -------
+state /0/0 x:Function passed
+state /0 x:InitGroup passed
+state /1 x:Group executing
+state /1/0 x:Function executing
+test-log LogsError
+test-log -------
+state /1/0 x:Function passed
+state /1 x:Group passed
+state /2 x:ExitGroup executing
+state /2/0 x:Function executing
+test-log Prepares
+test-log -------
+state /2/0 x:Function passed
+state /2 x:ExitGroup passed
+state / x:TestSuite passed
+headline Test suite Failed!
+run-end Failed false 1
+)");
     const std::map<std::string, std::string> expected{
+        // clang-format off
         {"headline", "event time text emphasis "},
         {"log", "event time status second level format text "},
         {"print", "event time level line text "},
         {"record", "event time version engine "},
-        {"run-end",
-         "event time status result reportName passed executed failedExecutions tests passes warnings "
-         "aborts failures "},
+        {"run-end", "event time status result reportName passed executed failedExecutions tests passes warnings aborts failures "},
         {"run-start", "event time suite file library executionType mode "},
         {"state", "event time path element name label line state "},
         {"test-log", "event time text test separator "},
+        // clang-format on
     };
     EXPECT_EQ(keys, expected);
     EXPECT_EQ(logs["no device"].at("status"), 0x40000000);
@@ -116,82 +103,74 @@ TEST_F(CFilesTest, EveryEventHasItsKeys)
               "{\"color\":[0,0,255,255],\"background\":null,\"strength\":700,\"italic\":false,\"underline\":false}");
 }
 
-TEST_F(CFilesTest, WhatWasWrittenBeforeAKillStands)
+TEST_F(CFilesTest, ARunHoldsTheLockUntilItIsKilledAndItsRecordStands)
 {
-    const auto process = StartHanging(u"r"_s);
-    process->kill();
-    process->waitForFinished();
-    const std::vector<TJson> events = Record(u"r"_s);
-    ASSERT_GE(events.size(), 4U);
-    EXPECT_EQ(events.back().at("text"), "hanging");
-    const auto last =
-        std::find_if(events.rbegin(), events.rend(), [](const TJson& event) { return event.at("event") == "state"; });
-    EXPECT_EQ(Digest(*last), "state /1/0 x:Function Hangs executing");
-}
-
-TEST_F(CFilesTest, OddBytesDoNotSpoilTheRecord)
-{
-    EXPECT_EQ(Run({u"--record"_s, Path(u"r"_s), Suite(Call("LogsOddBytes"))}).code, 0);
-    EXPECT_NE(Read(u"r"_s).find("\"text\":\"odd \xEF\xBF\xBD and \\u001b[31mred\""), std::string::npos);
-    EXPECT_EQ(Record(u"r"_s).back().at("passed"), true);
+    const auto first = Start(ORVANTA_PROGRAM, Words(RUN + "--record r " + Suite(Call("Hangs"))));
+    const QDeadlineTimer deadline(30000);
+    while (!Contains(Read("r"), "\"text\":\"hanging\""))
+    {
+        ASSERT_FALSE(deadline.hasExpired() || first->waitForFinished(1)) << "the run does not hang";
+        QThread::msleep(10);
+    }
+    const std::string passing = Suite(Call("Passes"), "", "passing.xml");
+    const SOutcome second = Run("--record second " + passing);
+    EXPECT_EQ(second.code, 7) << second.err;
+    EXPECT_PRED2(Contains, second.out, "another run holds the execution lock");
+    EXPECT_PRED2(Contains, second.out, "Test suite did not execute!");
+    EXPECT_EQ(Record("second").back().at("passed"), false);
+    first->kill();
+    first->waitForFinished();
+    EXPECT_EQ(Record().back().at("text"), "hanging");
+    EXPECT_EQ(Digest(Events("state").back()), "state /1/0 x:Function executing\n");
+    EXPECT_EQ(Run(passing).code, 0) << "the lock of a killed run stays";
 }
 
 TEST_F(CFilesTest, ClosedStandardStreamsDoNotSpoilTheRecord)
 {
-    const QString call = u"'%1' run --settings settings.ini -L '%2' --record r '%3' "_s.arg(
-        QStringLiteral(ORVANTA_PROGRAM), QStringLiteral(ORVANTA_LIBRARY_FOLDER), Suite(Call("Passes")));
-    for (const QString& redirection : {u">&- 2>&-"_s, u"| true"_s})
+    const std::string call = "'" ORVANTA_PROGRAM "' " + RUN + "--record r " + Suite(Call("Passes"));
+    for (const char* redirection : {" >&- 2>&-", " | true"})
     {
-        SCOPED_TRACE(redirection.toStdString());
-        QFile::remove(Path(u"r"_s));
-        const auto shell = Start(u"/bin/bash"_s, {u"-c"_s, call + redirection + u"; exit ${PIPESTATUS[0]}"_s});
-        EXPECT_EQ(Finish(*shell).code, 0);
-        EXPECT_EQ(Record(u"r"_s).back().at("event"), "run-end");
+        SCOPED_TRACE(redirection);
+        Write("r", "");
+        const std::string line = call + redirection + "; exit ${PIPESTATUS[0]}";
+        EXPECT_EQ(Finish(*Start("/bin/bash", {QStringLiteral("-c"), QString::fromStdString(line)})).code, 0);
+        EXPECT_EQ(Record().back().at("event"), "run-end");
     }
 }
 
 TEST_F(CFilesTest, ARecordOrLogThatCannotBeCompletedIsNoSuccess)
 {
-    const QString passing = Suite(Call("Passes"));
-    for (const QString& option : {u"--record"_s, u"--log"_s})
+    Suite(Call("Passes"));
+    for (const char* option : {"--record", "--log"})
     {
-        const SOutcome outcome = Run({option, u"/dev/full"_s, passing});
+        const SOutcome outcome = Run(std::string(option) + " /dev/full suite.xml");
         EXPECT_EQ(outcome.code, 4);
         EXPECT_EQ(outcome.err, "orvanta: cannot write /dev/full: No space left on device (the file is not complete)\n");
-        EXPECT_NE(outcome.out.find("Test suite Passed!"), std::string::npos);
+        EXPECT_PRED2(Contains, outcome.out, "Test suite Passed!");
     }
-    EXPECT_EQ(Run({u"--record"_s, u"/dev/full"_s, Suite(Call("ReturnsFalse"))}).code, 1);
+    EXPECT_EQ(Run("--record /dev/full " + Suite(Call("ReturnsFalse"))).code, 1);
 }
 
 TEST_F(CFilesTest, TheLogFileIsCompleteWhateverTheTerminalShows)
 {
-    EXPECT_EQ(Run({u"-q"_s, u"--log"_s, Path(u"l"_s), Suite(Call("Passes") + Call("LogsFailure"))}).code, 1);
-    const std::string log = Read(u"l"_s);
-    const std::string time = "\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z";
+    EXPECT_EQ(Run("-q --log l " + Suite(Call("Passes") + Call("LogsFailure"))).code, 1);
+    const std::string log = Read("l");
     for (const char* entry : {" 0 test   Passes\n", " 3 -      all is well\n {34}with the device\n",
                               " 2 FAILED the voltage is low\n", " 5 - {9}- Entering x:InitGroup\\.\n",
                               " 6 -      Execution lock released.\n", " 0 result Test suite Failed!\n"})
     {
-        EXPECT_TRUE(std::regex_search(log, std::regex(time + entry))) << entry << log;
+        EXPECT_TRUE(std::regex_search(log, std::regex(TIME + entry))) << entry << log;
     }
 }
 
-TEST_F(CFilesTest, SettingsAreMadeOnTheFirstWrite)
+TEST_F(CFilesTest, SettingsAreMadeOnTheFirstRun)
 {
-    const QString suite = Suite(Call("Passes"));
-    const std::string expected = "LockFileName = " + Path(u"data/GuiZKExecuteLock.txt"_s).toStdString();
-    Write(u"own.ini"_s, "; mine\n");
-    const SOutcome named = Orvanta(
-        {u"run"_s, u"--settings"_s, Path(u"own.ini"_s), u"-L"_s, QStringLiteral(ORVANTA_LIBRARY_FOLDER), suite});
-    EXPECT_EQ(named.code, 0) << named.err;
-    EXPECT_NE(Read(u"own.ini"_s).find(expected), std::string::npos) << Read(u"own.ini"_s);
-    EXPECT_NE(Read(u"own.ini"_s).find("; mine"), std::string::npos) << Read(u"own.ini"_s);
-
-    EXPECT_EQ(Orvanta({u"list"_s, suite}).code, 0);
-    EXPECT_FALSE(QFile::exists(Path(u"config/orvanta/settings.ini"_s)));
-    EXPECT_EQ(Orvanta({u"run"_s, u"-L"_s, QStringLiteral(ORVANTA_LIBRARY_FOLDER), u"--product"_s, u""_s, suite}).code,
-              0);
-    const std::string written = Read(u"config/orvanta/settings.ini"_s);
-    EXPECT_NE(written.find(expected), std::string::npos) << written;
-    EXPECT_EQ(written.find("TestScriptLabel"), std::string::npos) << written;
+    const QString settings = QString::fromStdString(Path("config/orvanta/settings.ini"));
+    Suite(Call("Passes"));
+    EXPECT_EQ(Orvanta("list suite.xml").code, 0);
+    EXPECT_FALSE(QFile::exists(settings));
+    EXPECT_EQ(Orvanta("run -L " ORVANTA_LIBRARY_FOLDER " --product '' suite.xml").code, 0);
+    const std::string written = Read("config/orvanta/settings.ini");
+    EXPECT_PRED2(Contains, written, "LockFileName = " + Path("data/GuiZKExecuteLock.txt"));
+    EXPECT_FALSE(Contains(written, "TestScriptLabel")) << written;
 }

@@ -2,8 +2,6 @@
 
 #include <csignal>
 
-using namespace Qt::StringLiterals;
-
 namespace
 {
 /// A step of the operator: what the terminal shows first, and what is typed then.
@@ -15,20 +13,18 @@ struct SStep
 
 const char* const CTRL_C = "\x03";
 const char* const CTRL_D = "\x04";
-const QByteArray VARIABLES = "<x:Variables><x:Local type=\"BOOL\" name=\"$On\" value=\"false\"/>"
-                             "<x:Local type=\"LONGLONG\" name=\"$N\" value=\"42\"/></x:Variables>\n";
-const QByteArray READY = "<x:BooleanPopup text=\"Ready?\" variable=\"$On\"/>\n";
-const QByteArray OFF = "<x:BooleanPopup text=\"Off?\" variable=\"$On\"/>\n";
-const QByteArray LOOP = "<x:Group name=\"Long\" to=\"10000\">" + Call("Naps") + "</x:Group>\n";
+const std::string READY = "<x:BooleanPopup text=\"Ready?\" variable=\"$On\"/>\n";
+const std::string OFF = "<x:BooleanPopup text=\"Off?\" variable=\"$On\"/>\n";
+const std::string LOOP = "<x:Group name=\"Long\" to=\"10000\">" + Call("Naps") + "</x:Group>\n";
 
 class COperatorTest : public CCliTest
 {
 protected:
     /// Runs a suite with a record "r" and goes through the steps.
-    std::unique_ptr<CPty> Operate(const QByteArray& body, const std::vector<SStep>& steps, const QByteArray& exit = {})
+    std::unique_ptr<CPty> Operate(const std::string& body, const std::vector<SStep>& steps,
+                                  const std::string& exit = {})
     {
-        const QString suite = Suite(body, u"suite.xml"_s, {}, VARIABLES, exit);
-        auto terminal = RunAtTerminal({u"--record"_s, Path(u"r"_s), suite});
+        auto terminal = RunAtTerminal("--record r " + Suite(body, exit));
         for (const auto& [shown, typed] : steps)
         {
             terminal->Expect(shown);
@@ -41,7 +37,7 @@ protected:
     std::string Answers() const
     {
         std::string answers;
-        for (const TJson& prompt : Events(u"r"_s, "prompt"))
+        for (const TJson& prompt : Events("prompt"))
         {
             answers += prompt.at("answer").dump() + ' ';
         }
@@ -49,29 +45,29 @@ protected:
     }
 
     /// Runs a suite that the operator aborts, and checks all that has to hold then.
-    void Abort(const char* name, const QByteArray& body, const QByteArray& exit, const char* ran, const char* answers,
+    void Abort(const char* name, const std::string& body, const std::string& exit, const char* ran, const char* answers,
                const char* message, const std::vector<SStep>& steps)
     {
         SCOPED_TRACE(name);
         const auto terminal = Operate(body, steps, exit);
         EXPECT_EQ(terminal->Wait(), 2);
-        EXPECT_EQ(Ran(u"r"_s), ran);
+        EXPECT_EQ(Ran(), ran);
         EXPECT_EQ(Answers(), answers);
         const std::string& output = terminal->Output();
-        EXPECT_NE(output.find(message), std::string::npos) << output;
-        EXPECT_NE(output.find("\033[1;31mTest suite Aborted!\033[0m\r\n"), std::string::npos) << output;
-        EXPECT_NE(output.find("suite.xml: aborted by the operator\r\n"), std::string::npos) << output;
+        EXPECT_PRED2(Contains, output, message);
+        EXPECT_PRED2(Contains, output, "\033[1;31mTest suite Aborted!\033[0m\r\n");
+        EXPECT_PRED2(Contains, output, "suite.xml: aborted by the operator\r\n");
         EXPECT_TRUE(terminal->IsRestored());
 
-        const std::vector<TJson> events = Record(u"r"_s);
+        const std::vector<TJson> events = Record();
         ASSERT_GE(events.size(), 2U);
         EXPECT_EQ(events[events.size() - 2].at("text"), "Test suite Aborted!");
         EXPECT_EQ(events.back().at("result"), "Aborted");
         EXPECT_EQ(events.back().at("passed"), false);
-        const TJson last = Events(u"r"_s, "state").back();
+        const TJson last = Events("state").back();
         EXPECT_EQ(last.at("path"), "/");
         EXPECT_NE(last.at("state"), "executing");
-        EXPECT_NE(Read(u"r"_s).find("\"text\":\"Execution lock released.\""), std::string::npos);
+        EXPECT_PRED2(Contains, Read("r"), "\"text\":\"Execution lock released.\"");
     }
 };
 } // namespace
@@ -87,8 +83,7 @@ TEST_F(COperatorTest, AWrongAnswerIsAskedAgainWithTheReason)
            <x:SetPopup text="Any more?" variable="$N"/>
            <x:InfoPopup text="Mind the gap" button="Got it"/>)",
         {{"Is it on?\r\n  [y] Aye  [n] Nay  [!] Abort\r\n", "maybe\n"},
-         {"\"maybe\" is neither y nor n.\r\n", "\n"},
-         {"\"\" is neither y nor n.\r\n", "yes\n"}, // the caption is another one
+         {"\"maybe\" is neither y nor n.\r\n", "yes\n"}, // the caption is another one
          {"\"yes\" is neither y nor n.\r\n", " aYE \n"},
          {"Still on?\r\n  [y] Yes  [n] S\u00FC\u00DF ", "s\u00FC\u00DF\n"},
          {"How much?\r\n  Volts from 10 to 300  [Enter] 42  [!] Abort\r\n", "4x\n"},
@@ -99,8 +94,7 @@ TEST_F(COperatorTest, AWrongAnswerIsAskedAgainWithTheReason)
          {"301 is not from 10 to 300.\r\n", "\n"},
          {"Which mask?\r\n  Select a value: from 0x0 to 0x300, hexadecimal  [!] Abort\r\n", "\n"},
          {"\"\" is no hexadecimal number.\r\n", "12G\n"},
-         {"\"12G\" is no hexadecimal number.\r\n", "0x\n"},
-         {"\"0x\" is no hexadecimal number.\r\n", "301\n"},
+         {"\"12G\" is no hexadecimal number.\r\n", "301\n"},
          {"0x301 is not from 0x0 to 0x300.\r\n", "12C\n"},
          {"And now?\r\n  Select a value: from 0x0 to 0xFFFFFFFFFFFFFFFF, hexadecimal  [Enter] 0x12C ", "0x12d\n"},
          {"Any more?\r\n  Select a value: from 0 to 18446744073709551615  [Enter] 301 ", "0XFF\n"},
@@ -108,7 +102,7 @@ TEST_F(COperatorTest, AWrongAnswerIsAskedAgainWithTheReason)
          {"Press Enter for \"Got it\".\r\n", "\n"}});
     EXPECT_EQ(terminal->Wait(), 0);
     EXPECT_EQ(Answers(), "true false 42 300 301 255 \"ok\" ");
-    EXPECT_NE(terminal->Output().find("\033[1;32mTest suite Completed!\033[0m"), std::string::npos);
+    EXPECT_PRED2(Contains, terminal->Output(), "\033[1;32mTest suite Completed!\033[0m");
 }
 
 TEST_F(COperatorTest, ATimeoutCountsDownAndLeavesNothingTyped)
@@ -118,11 +112,11 @@ TEST_F(COperatorTest, ATimeoutCountsDownAndLeavesNothingTyped)
                 {{"(2 s) > ", "x\n"}, {"\"x\" is no number.\r\n", "7"}, {"(1", ""}, {"Ready?", ""}, {"> ", "n\n"}});
     EXPECT_EQ(terminal->Wait(), 1);
     EXPECT_EQ(Answers(), "\"timeout\" false ");
-    EXPECT_EQ(Ran(u"r"_s), "/0/0 /1/2 /2/0 ");
+    EXPECT_EQ(Ran(), "/0/0 /1/2 /2/0 ");
     const std::string& output = terminal->Output();
-    EXPECT_NE(output.find("Set integer dialog timed out."), std::string::npos);
+    EXPECT_PRED2(Contains, output, "Set integer dialog timed out.");
     EXPECT_EQ(output.find("\"7"), std::string::npos) << output;
-    EXPECT_EQ(Read(u"r"_s).find("Setting $N"), std::string::npos);
+    EXPECT_EQ(Read("r").find("Setting $N"), std::string::npos);
 }
 
 TEST_F(COperatorTest, CtrlDClosesAPromptWithoutAnAnswerAndTheRunGoesOn)
@@ -130,14 +124,14 @@ TEST_F(COperatorTest, CtrlDClosesAPromptWithoutAnAnswerAndTheRunGoesOn)
     const auto terminal = Operate(READY + OFF + Call("Passes"), {{"Ready?", ""}, {"> ", CTRL_D}, {"Off?", "y\n"}});
     EXPECT_EQ(terminal->Wait(), 1);
     EXPECT_EQ(Answers(), "\"cancel\" true ");
-    EXPECT_EQ(Ran(u"r"_s), "/0/0 /1/2 /2/0 ");
-    EXPECT_NE(terminal->Output().find("\033[1;31mTest suite Failed!"), std::string::npos);
+    EXPECT_EQ(Ran(), "/0/0 /1/2 /2/0 ");
+    EXPECT_PRED2(Contains, terminal->Output(), "\033[1;31mTest suite Failed!");
 }
 
 TEST_F(COperatorTest, AnAbortEndsTheRunBehindTheExitGroup)
 {
-    const QByteArray prepares = Call("Prepares", "Call");
-    const QByteArray hangs = Call("Hangs", "Call");
+    const std::string prepares = Call("Prepares", "Call");
+    const std::string hangs = Call("Hangs", "Call");
     const char* const aborted = "Aborted: The operator aborted at the prompt \"Ready?\".";
     const char* const atReady = "Aborted: Interrupted at the prompt \"Ready?\".";
     const char* const atOff = "Aborted: Interrupted at the prompt \"Off?\".";
@@ -164,7 +158,7 @@ TEST_F(COperatorTest, AnAbortEndsTheRunBehindTheExitGroup)
           {breaksHanging, breaksHanging});
     Abort("Ctrl-C in the exit group", Call("Passes"), hangs + prepares, "/0/0 /1/0 /2/0 /2/1 ", "", "aborted",
           {breaksHanging});
-    EXPECT_EQ(Run({Suite(Call("Passes"))}).code, 0);
+    EXPECT_EQ(Run(Suite(Call("Passes"))).code, 0);
 }
 
 TEST_F(COperatorTest, TheThirdCtrlCEndsTheProcessAndTheRecordStands)
@@ -172,8 +166,8 @@ TEST_F(COperatorTest, TheThirdCtrlCEndsTheProcessAndTheRecordStands)
     const auto terminal =
         Operate(Call("Passes") + Call("NeverReturns"), {{"stuck", CTRL_C}, {"stuck", CTRL_C}, {"stuck", CTRL_C}});
     EXPECT_EQ(terminal->Wait(), 128 + SIGINT);
-    EXPECT_EQ(Ran(u"r"_s), "/0/0 /1/0 /1/1 ");
-    EXPECT_EQ(Events(u"r"_s, "state").back().at("name"), "NeverReturns");
-    EXPECT_EQ(Record(u"r"_s).back().at("text"), "stuck");
-    EXPECT_EQ(Run({Suite(Call("Passes"))}).code, 0) << "the next run gets the lock";
+    EXPECT_EQ(Ran(), "/0/0 /1/0 /1/1 ");
+    EXPECT_EQ(Events("state").back().at("name"), "NeverReturns");
+    EXPECT_EQ(Record().back().at("text"), "stuck");
+    EXPECT_EQ(Run(Suite(Call("Passes"))).code, 0) << "the next run gets the lock";
 }

@@ -2,19 +2,11 @@
 
 #include <Orvanta/DOMDocTestSuite.h>
 
-#include <CoreKit/Exceptions.h>
-
 #include <xercesc/framework/MemoryManager.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
-#include <gtest/gtest.h>
-
-#include <memory>
 #include <stdexcept>
-#include <string>
-#include <tuple>
-#include <utility>
 
 namespace
 {
@@ -24,7 +16,6 @@ class COpenDocument : public CDOMDocTestSuite
 {
 public:
     using CDOMDocTestSuite::CDOMDocTestSuite;
-    using CDOMDocTestSuite::MakeDisplayString;
     using CDOMDocTestSuite::MakeVariableList;
 };
 
@@ -209,20 +200,6 @@ TEST(Document, ADeclarationsTypeIsConvertedBeforeItsNameIsLookedAt)
     EXPECT_EQ(failure(""), "nothing thrown");
 }
 
-TEST(Document, DisplayStrings)
-{
-    const auto shown = [](const char* xml)
-    {
-        pugi::xml_document element;
-        element.load_string(xml);
-        return COpenDocument::MakeDisplayString(element.document_element()).toStdString();
-    };
-    EXPECT_EQ(shown("<x:E label='L' name='N'/>"), "L");
-    EXPECT_EQ(shown("<x:E label='' name='N'/>"), "<<Unknown element>>");
-    EXPECT_EQ(shown("<x:E name='N'/>"), "N");
-    EXPECT_EQ(shown("<x:E Label='L'/>"), "x:E");
-}
-
 TEST(SuiteState, TheTestNameIsTheStemOfTheLastComponent)
 {
     // clang-format off
@@ -237,26 +214,6 @@ TEST(SuiteState, TheTestNameIsTheStemOfTheLastComponent)
     for (const auto& [path, name] : rows)
     {
         EXPECT_EQ(TestSuiteState(QString::fromUtf8(path), ACCESS_NONE).TestName().toStdString(), name) << path;
-    }
-}
-
-TEST(SuiteState, AccessDecidesWhetherItCanBeCalled)
-{
-    CRecordingHost host;
-    const QString path = host.WriteFile(QStringLiteral("suite.xml"), CLoadedSuite::File(EMPTY_GROUPS, ""));
-    const std::tuple<unsigned, bool, bool> rows[] = {
-        {0, false, false}, {2, true, false}, {4, false, true}, {6, true, true}, {8, false, false}, {10, true, false},
-    };
-    for (const auto& [access, inApplication, passedFilter] : rows)
-    {
-        TestSuiteState state(path, static_cast<ETestSuiteAccessType>(access));
-        EXPECT_EQ(state.InApplication(), inApplication);
-        EXPECT_EQ(state.PassedFilter(), passedFilter);
-        EXPECT_FALSE(state.IsCallable() || state.AlwaysLoad());
-        state.Initialize();
-        EXPECT_EQ(state.IsCallable(), inApplication);
-        state.AlwaysLoad(true);
-        EXPECT_TRUE(state.IsCallable());
     }
 }
 
@@ -280,10 +237,12 @@ TEST(SuiteState, LifeCycle)
         EXPECT_EQ(state.Activate(nullptr), &state);
         return host.Text(REC_ALL);
     };
+    EXPECT_FALSE(state.IsCallable());
     EXPECT_EQ(flags() + report(), "log TS_NONE L3 abort: Document not set.\n");
     state.Initialize();
     EXPECT_EQ(flags() + report(), "initialized valid document test log TS_NONE L3 -: Loaded 'My.Suite'.\n");
 
+    EXPECT_TRUE(state.IsCallable());
     const TestSuiteState copy(state);
     EXPECT_EQ(copy.Document(), state.Document());
     write("<x:Tooltip a='1'/>\n<x:InitGroup bc='2'/>\n<x:ExitGroup/>");
@@ -325,18 +284,4 @@ TEST(SuiteState, LifeCycle)
     host.Services.Parser = parser;
     state.Reload();
     EXPECT_EQ(flags(), "initialized valid document test ");
-}
-
-TEST(SuiteState, RunsItsTree)
-{
-    CRecordingHost host;
-    TestSuiteState state(QStringLiteral("suite.xml"), ACCESS_IN_APPLICATION);
-    EXPECT_THROW(state.RunTestSuite(false), ZKRunTimeException);
-    CLoadedSuite suite(host,
-                       "<x:InitGroup><x:Function name='Succeed'/></x:InitGroup>"
-                       "<x:ExitGroup><x:Function name='Fail'/></x:ExitGroup>",
-                       "library='EngineTests'");
-    EXPECT_EQ(suite.State().TestSuiteNode(), &suite.Root());
-    EXPECT_FALSE(suite.State().RunTestSuite(false));
-    EXPECT_EQ(suite.Root().RunState(), RS_FAILED);
 }

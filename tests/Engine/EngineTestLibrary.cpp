@@ -59,6 +59,8 @@ extern "C"
     ZK_EXPORT bool Take1(TWord a) { return Record(a); }
     ZK_EXPORT bool Take9(TWord a, TWord b, TWord c, TWord d, TWord e, TWord f, TWord g, TWord h, TWord i)
     { return Record(a, b, c, d, e, f, g, h, i); }
+    ZK_EXPORT bool Take10(TWord a, TWord b, TWord c, TWord d, TWord e, TWord f, TWord g, TWord h, TWord i, TWord j)
+    { return Record(a, b, c, d, e, f, g, h, i, j); }
     ZK_EXPORT bool Take20(TWord a, TWord b, TWord c, TWord d, TWord e, TWord f, TWord g, TWord h, TWord i, TWord j,
                           TWord k, TWord l, TWord m, TWord n, TWord o, TWord p, TWord q, TWord r, TWord s, TWord t)
     { return Record(a, b, c, d, e, f, g, h, i, j, k, l, m, n, o, p, q, r, s, t); }
@@ -66,31 +68,18 @@ extern "C"
     // By type: declared as narrow as the type is.
     ZK_EXPORT bool TakeEveryType(void* a, bool b, std::uint8_t c, std::uint16_t d, std::uint32_t e, std::uint64_t f)
     { return Record(reinterpret_cast<TWord>(a), b, c, d, e, f); }
-    // clang-format on
 
     /// Records what it finds, then fills every variable with all ones; the bool becomes true.
     ZK_EXPORT bool FillEveryType(void** a, bool* b, std::uint8_t* c, std::uint16_t* d, std::uint32_t* e,
                                  std::uint64_t* f)
     {
         Record(reinterpret_cast<TWord>(*a), *b, *c, *d, *e, *f);
-        *a = reinterpret_cast<void*>(~std::uintptr_t{0});
-        *b = true;
-        *c = 0xFF;
-        *d = 0xFFFF;
-        *e = 0xFFFFFFFF;
-        *f = ~std::uint64_t{0};
+        *a = reinterpret_cast<void*>(~std::uintptr_t{0}); *b = true;
+        *c = 0xFF; *d = 0xFFFF; *e = 0xFFFFFFFF; *f = ~std::uint64_t{0};
         return true;
     }
-    ZK_EXPORT bool FillLong(std::uint32_t* value)
-    {
-        Record(*value);
-        *value = 0xFFFFFFFF;
-        return true;
-    }
+    ZK_EXPORT bool FillLong(std::uint32_t* value) { Record(*value); *value = 0xFFFFFFFF; return true; }
     /// What a C library may do with its idea of a bool.
-    ZK_EXPORT bool StoreTwoInBool(std::uint8_t* value)
-    {
-        *value = 2;
-        return true;
-    }
+    ZK_EXPORT bool StoreTwoInBool(std::uint8_t* value) { *value = 2; return true; }
+    // clang-format on
 }

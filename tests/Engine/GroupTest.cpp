@@ -1,7 +1,5 @@
 #include <Support/RecordingHost.h>
 
-#include <gtest/gtest.h>
-
 namespace
 {
 const char* const THREE = R"(<x:InitGroup>
@@ -71,21 +69,6 @@ TEST(Group, ExceptionsFromBelow)
     }
 }
 
-TEST(Group, AnAbortLeavesOneLineAGroup)
-{
-    CRecordingHost host;
-    CLoadedSuite suite(host, R"(<x:InitGroup><x:ExitGroup><x:Function name="Abort"/></x:ExitGroup></x:InitGroup>)",
-                       WITH_LIBRARY, false);
-    EXPECT_THROW(suite.Node("/0").Execute(false), ZKUserAbort);
-    EXPECT_EQ(host.Trace(), R"(
-   - Entering x:InitGroup.
-     - Entering x:ExitGroup.
-       - Entering x:Function:  (Abort).
-     - Aborted by user x:ExitGroup.
-   - Aborted by user x:InitGroup.
-)");
-}
-
 TEST(Group, NeedsAChild)
 {
     for (const char* content : {"/>", "><x:Parameter/>text</x:InitGroup>"})
@@ -98,16 +81,4 @@ TEST(Group, NeedsAChild)
         EXPECT_EQ(host.Text(REC_ALL & ~REC_FLUSH), "");
         EXPECT_EQ(suite.Node("/0").RunState(), RS_NOT_RUN);
     }
-}
-
-TEST(Group, WhileItExecutesItHasNothingToSayOfItself)
-{
-    CRecordingHost host;
-    CLoadedSuite suite(host, R"(<x:InitGroup><x:Function name="Missing"/><x:Function name="Succeed"/></x:InitGroup>)",
-                       WITH_LIBRARY, false);
-    suite.Node("/0").SetSelected(true, SELECT_ALL);
-    host.Services.ExecutionType = EXECUTION_DIAGNOSTIC;
-    EXPECT_FALSE(suite.Node("/0").Execute(true)); // one failure is enough, but every child is listed
-    EXPECT_EQ(host.Transcript().at(0), "log TS_NONE L3 -: ");
-    EXPECT_EQ(host.Transcript().size(), 8U);
 }

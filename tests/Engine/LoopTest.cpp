@@ -2,8 +2,6 @@
 
 #include <Orvanta/GroupRecursiveNode.h>
 
-#include <gtest/gtest.h>
-
 namespace
 {
 using TValues = std::vector<std::uint64_t>;
@@ -157,24 +155,6 @@ TEST(Loop, AttributesAreLoggedAsRead)
    -   value: "Any".
    - Exiting x:Group.
 )");
-    CLoop once(Loop("name='' from='1' interval='abc' iterator='$i' iterType='' breakConditionType='NonStrict'"));
-    EXPECT_TRUE(once.Group().Execute(false));
-    EXPECT_EQ(once.Trace(), R"(
-   - Entering x:Group: .
-   - attribute name.
-   -   value: "".
-   - attribute from (ignored).
-   -   raw value: "1", value: "1".
-   - attribute interval (ignored).
-   -   raw value: "abc", value: "0".
-   - attribute iterator (ignored).
-   -   raw value: "$i", value: "9".
-   - attribute iterType (ignored).
-   -   value: "".
-   - attribute breakConditionType (ignored).
-   -   value: "NonStrict".
-   - Exiting x:Group.
-)");
 }
 
 TEST(Loop, BoundsTheWrongWayRoundAreWarnedOf)
@@ -236,16 +216,6 @@ TEST(Loop, StoppingOnFailureEndsEachEnclosingLoop)
                                     <x:Function label="c" name="Succeed"/>)";
     CLoop loop(Loop("to='2'", Loop("name='G'", children) + BODY));
     EXPECT_FALSE(loop.Group().Execute(true));
-    EXPECT_EQ("\n" + loop.Host.Text(REC_STATE), R"(
-state /0 x:Group 1
-state /0/0 x:Group 1
-state /0/0/0 x:Function 1
-state /0/0/0 x:Function 2
-state /0/0/1 x:Function 1
-state /0/0/1 x:Function 3
-state /0/0 x:Group 3
-state /0 x:Group 3
-)");
     EXPECT_EQ(loop.Trace(), R"(
    - Entering x:Group: .
    - attribute to.
@@ -307,30 +277,4 @@ TEST(Loop, ExceptionsFromBelow)
         EXPECT_EQ(loop.Group().RunState(), row.state);
         EXPECT_EQ(loop.Host.SuiteLog().CurrentTestLog()->Closed(), row.closesTestLog);
     }
-}
-
-TEST(Loop, DiagnosticText)
-{
-    CLoop loop(Loop("name='G' from='0xFE' to='0x100'"));
-    CGroupRecursiveNode& group = loop.Group();
-    EXPECT_EQ(group.GetDiagnosticString(), QStringLiteral("This is a Test Suite Node.  Type: x:Group."));
-    loop.Host.Services.ExecutionType = EXECUTION_DIAGNOSTIC; // before any run the iterator is 1
-    EXPECT_TRUE(group.Execute(false));
-    EXPECT_EQ(loop.Host.Transcript().at(0), "log TS_NONE L3 -: Executing Group G:  iterator=0x1\\n");
-
-    loop.Host.Services.ExecutionType = EXECUTION_NORMAL;
-    QString texts;
-    loop.Host.At("Entering x:Function", [&] { texts += group.GetDiagnosticString(); });
-    EXPECT_TRUE(group.Execute(false));
-    EXPECT_EQ(texts, QStringLiteral("Executing Group G:  iterator=0xfe\nExecuting Group G:  iterator=0xff\n"));
-}
-
-TEST(Loop, SelectionIsLeftToTheChildren)
-{
-    CLoop loop(Loop("iterator='$i' to='3'"));
-    loop.Group().SetSelected(false, SELECT_ALL);
-    EXPECT_EQ(loop.Values(), TValues());
-    EXPECT_EQ(CVariables::Value("$i"), 3U);
-    EXPECT_TRUE(loop.Trace().ends_with("   - Exiting x:Group.\n"));
-    EXPECT_EQ(loop.Group().RunState(), RS_PASSED);
 }

@@ -3,11 +3,8 @@
 #include <Orvanta/BooleanBaseNode.h>
 #include <Orvanta/MakeNode.h>
 
-#include <gtest/gtest.h>
-
 #include <new>
 #include <optional>
-#include <sstream>
 
 namespace
 {
@@ -23,7 +20,6 @@ public:
 
     bool IsSelectable() const override { return true; }
 
-    using CNode::DoGetVariableList;
     using CNode::GetVariable;
     using CNode::m_Condition;
     using CNode::VariableList;
@@ -57,15 +53,6 @@ const char* const TREE = R"(
     </x:Group>
     <x:Group name="B"><x:Function name="Succeed"/></x:Group>
     <x:ExitGroup><x:Function name="Succeed"/></x:ExitGroup>)";
-
-std::string Counters(const CNode& node)
-{
-    const ResultSummary& r = node.Results();
-    std::ostringstream text;
-    text << r.ExecCount << r.FailedExecCount << r.RunCount << r.PassCount << r.WarningCount << r.AbortCount
-         << r.FailCount;
-    return text.str();
-}
 } // namespace
 
 TEST(Node, SelectionReachesDownAndUpAsAsked)
@@ -110,33 +97,6 @@ TEST(Node, SelectionReachesDownAndUpAsAsked)
     }
 }
 
-TEST(Node, TreeQueries)
-{
-    CRecordingHost host;
-    CLoadedSuite suite(host, TREE, WITH_LIBRARY);
-    CNode& root = suite.Root();
-    EXPECT_EQ(root.GetChild(4), nullptr);
-    EXPECT_EQ(root.GetSelectableChild(1), &suite.Node("/2"));
-    EXPECT_EQ(suite.Node("/2").SelectableIndexInParent(), 1);
-    EXPECT_EQ(suite.Node("/3").SelectableIndexInParent(), 0); // not selectable
-    EXPECT_EQ(root.SelectableIndexInParent(), 0);
-
-    EXPECT_EQ(root.SelectableDescendentsCount(), 7);
-    EXPECT_TRUE(root.AllDescendantsChecked());
-    suite.Node("/1").SetSelected(false, SELECT_NOT_DOWN);
-    EXPECT_EQ(root.CheckedDescendentsCount(), 6);
-    EXPECT_FALSE(root.AllDescendantsChecked());
-
-    root.CalcFamilyCount(); // does not ask its children to count
-    EXPECT_EQ(root.FamilyCount(), 1U);
-    for (const char* path : {"/1/0", "/1/1", "/1/2/0", "/1/2", "/1"})
-    {
-        suite.Node(path).CalcFamilyCount();
-    }
-    EXPECT_EQ(suite.Node("/1").FamilyCount(), 5U);
-    EXPECT_EQ(suite.Node("/1/2/0").GetLibWrapper(), root.DoGetLibWrapper());
-}
-
 TEST(Node, RunStatesArriveInOrderAndUnselectedNodesAreSkipped)
 {
     CRecordingHost host;
@@ -178,12 +138,7 @@ TEST(Node, SomethingToExecuteEndsAtAnUnselectedLeaf)
 {
     const char* const pair = "<x:Function/><x:Function/>";
     const char* const nested = "<x:Function><x:Function/></x:Function><x:Function/>";
-    const struct
-    {
-        const char* children;
-        const char* selected;
-        bool expected;
-    } rows[] = {
+    const std::tuple<const char*, const char*, bool> rows[] = {
         // clang-format off
         {pair, "", false},     {pair, "/0/0", true},   {pair, "/0/1", false}, // not reached
         {nested, "", false},   {nested, "/0/0/0", true}, {nested, "/0/1", true},
@@ -192,14 +147,12 @@ TEST(Node, SomethingToExecuteEndsAtAnUnselectedLeaf)
     };
     CRecordingHost host;
     host.Services.TestSuiteMode = MODE_DEBUG;
-    for (const auto& row : rows)
+    for (const auto& [children, selected, expected] : rows)
     {
-        CLoadedSuite suite(host, "<x:Function>" + std::string(row.children) + "</x:Function>", "", false);
-        if (*row.selected)
-        {
-            suite.Node(row.selected).SetSelected(true, static_cast<ESelectOption>(SELECT_NOT_DOWN | SELECT_NOT_UP));
-        }
-        EXPECT_EQ(suite.Node("/0").SomethingToExecute(), row.expected) << row.children << row.selected;
+        CLoadedSuite suite(host, "<x:Function>" + std::string(children) + "</x:Function>", "", false);
+        const auto alone = static_cast<ESelectOption>(SELECT_NOT_DOWN | SELECT_NOT_UP);
+        *selected ? suite.Node(selected).SetSelected(true, alone) : void();
+        EXPECT_EQ(suite.Node("/0").SomethingToExecute(), expected) << children << selected;
     }
 }
 
@@ -259,9 +212,6 @@ TEST(Node, HowARunEnds)
         EXPECT_EQ(node.IsExecuting(), node.RunState() == RS_EXECUTING);
         EXPECT_EQ(node.CanDisplayResult(), row.outcome != std::string("thrown"));
     }
-    CProbeNode plain;
-    EXPECT_TRUE(plain.DiagOnly());
-    EXPECT_EQ(host.Text(), "log TS_NONE L3 -: This is a Test Suite Node.  Type: <Invalid Node>.\\n\n");
 }
 
 TEST(Node, CountsClimbThroughSelectableAncestors)
@@ -311,57 +261,12 @@ TEST(Node, CountsClimbThroughSelectableAncestors)
     EXPECT_EQ(Counters(suite.Root()), "0000000");
 }
 
-TEST(Node, CountsComeFromTheTestLogNotFromTheResult)
-{
-    const struct
-    {
-        const char* function;
-        ERunState state;
-        const char* counters;
-    } rows[] = {
-        {"name='Fail' type='PassFailTest'", RS_FAILED, "1011000"},
-        {"name='ReportFailure' type='PassFailTest'", RS_PASSED, "1110001"},
-        {"name='ReportFailure' type='passfailtest'", RS_PASSED, "1100000"},
-        {"name='Warn' type='PassFailTest'", RS_PASSED, "1011100"},
-    };
-    for (const auto& row : rows)
-    {
-        CRecordingHost host;
-        CLoadedSuite suite(host, "<x:Group><x:Function " + std::string(row.function) + "/></x:Group>", WITH_LIBRARY,
-                           false);
-        EXPECT_EQ(suite.Run(), row.state == RS_PASSED);
-        EXPECT_EQ(suite.Node("/0/0").RunState(), row.state) << row.function;
-        EXPECT_EQ(Counters(suite.Root()), row.counters) << row.function;
-    }
-}
-
-TEST(Node, AnAbortLeavesNodesExecuting)
-{
-    CRecordingHost host;
-    CLoadedSuite suite(host, R"(<x:Group><x:Function name="Abort"/></x:Group>)", WITH_LIBRARY, false);
-    suite.Run();
-    EXPECT_EQ(host.Text(REC_STATE),
-              "state / x:TestSuite 1\nstate /0 x:Group 1\nstate /0/0 x:Function 1\nstate / x:TestSuite 2\n");
-    suite.Root().ExecutionInit();
-    EXPECT_EQ(suite.Node("/0/0").RunState(), RS_NOT_RUN);
-    EXPECT_TRUE(suite.Node("/0/0").IsExecuting());
-}
-
 TEST(Node, VariablesNeedAList)
 {
     CProbeNode::VariableList(nullptr);
-    const CProbeNode node;
-    const std::function<void()> readers[] = {
-        [&] { const_cast<CProbeNode&>(node).VariableList(); },
-        [&] { node.VariableList(); },
-        [] { CProbeNode::DoGetVariableList(); },
-        [] { CProbeNode::GetVariable(QStringLiteral("$x")); },
-    };
-    for (const auto& read : readers)
-    {
-        EXPECT_EQ(ThrownText<ZKParseTreeException>(read),
-                  "Internal Error: the Variable List for this test suite has not been initialized.");
-    }
+    const std::string text = "Internal Error: the Variable List for this test suite has not been initialized.";
+    EXPECT_EQ(ThrownText<ZKParseTreeException>([] { CProbeNode().VariableList(); }), text);
+    EXPECT_EQ(ThrownText<ZKParseTreeException>([] { CProbeNode::GetVariable(QStringLiteral("$x")); }), text);
 }
 
 TEST(MakeNode, OtherElementsGetNoNode)

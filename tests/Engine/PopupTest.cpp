@@ -2,10 +2,6 @@
 
 #include <Orvanta/BooleanBaseNode.h>
 
-#include <CoreKit/Exceptions.h>
-
-#include <gtest/gtest.h>
-
 #include <regex>
 
 namespace
@@ -155,10 +151,7 @@ TEST(Popup, AnswersAreStoredByTheVariablesType)
 
 TEST(Popup, BoundsOfAnInteger)
 {
-    const struct
-    {
-        std::string attributes, range, call;
-    } rows[] = {
+    const std::tuple<std::string, std::string, std::string> rows[] = {
         // clang-format off
         {"", "min: 0, max: unbounded", "'' 'Select a value:' =30 base 10 true max 18446744073709551615 min 0"},
         {"hex='true' min='255' label=''", "min: FF, max: unbounded", "'' '' =30 base 16 true max 18446744073709551615 min 255"},
@@ -167,12 +160,12 @@ TEST(Popup, BoundsOfAnInteger)
         {"max='0xFFFFFFFFFFFFFFFF'", "min: 0, max: unbounded", "'' 'Select a value:' =30 base 10 true max 18446744073709551615 min 0"},
         // clang-format on
     };
-    for (const auto& row : rows)
+    for (const auto& [attributes, range, call] : rows)
     {
-        CPrompt prompt("SetPopup variable='$Long' " + row.attributes, {EPromptEnd::Cancel});
+        CPrompt prompt("SetPopup variable='$Long' " + attributes, {EPromptEnd::Cancel});
         const std::string text = prompt.Run(false);
-        EXPECT_NE(text.find("Prompt user for integer (with range [" + row.range + "]): \n"), std::string::npos) << text;
-        EXPECT_NE(text.find("GetInteger 0 4294967295 " + row.call + " '' '' 2 ''\n"), std::string::npos) << text;
+        EXPECT_NE(text.find("Prompt user for integer (with range [" + range + "]): \n"), std::string::npos) << text;
+        EXPECT_NE(text.find("GetInteger 0 4294967295 " + call + " '' '' 2 ''\n"), std::string::npos) << text;
     }
 }
 
@@ -238,15 +231,8 @@ TEST(Popup, WithoutAnAnswer)
         // No dialog opens without a variable, which is looked for first, or with a time-out that can't be read.
         const bool isInfo = row.attributes.empty();
         CPrompt broken(row.name + " text='T' timeout='soon'" + (isInfo ? "" : " variable='$none'"), {true});
-        try
-        {
-            broken.Node().Execute(false);
-            ADD_FAILURE() << row.name;
-        }
-        catch (const CTestSuiteException& exception)
-        {
-            EXPECT_TRUE(isInfo || exception.what() == std::string("Variable does not exist:  $none"));
-        }
+        EXPECT_EQ(ThrownText<CTestSuiteException>([&] { broken.Node().Execute(false); }),
+                  std::string("Variable does not exist:  ") + (isInfo ? "soon" : "$none"));
         EXPECT_EQ("\n" + broken.Host().Text(REC_STORY | REC_CALLS),
                   entry + std::regex_replace(row.prompting, std::regex("\\$Wide"), "$$none") +
                       (isInfo ? "log TS_ERROR L1 -: Test script error: variable 'soon' is not defined.\n" : ""));

@@ -1,7 +1,5 @@
 #include <Support/RecordingHost.h>
 
-#include <gtest/gtest.h>
-
 namespace
 {
 std::string Call(const char* label, const std::string& function = "Succeed")
@@ -201,12 +199,7 @@ log TS_ERROR L1 -: Unable to open test suite Library: libnosuch.so
 log TS_FAILED L2 (255,0,0,255 400): Error message: /nowhere/libnosuch.so: no such file
 )";
     const std::string advice = "log TS_FAILED L2 (255,0,0,255 400 italic): --------------------------\\n";
-    const struct
-    {
-        const char* attributes;
-        const char* elements;
-        std::string lines;
-    } rows[] = {
+    const std::tuple<const char*, const char*, std::string> rows[] = {
         {"library='nosuch'", "", head},
         {"dll='nosuch'", "<x:LibraryLoadError>Ask.</x:LibraryLoadError>", head + advice + "Ask.\n"},
         {"library='nosuch' dll='EngineTests'", "<x:DllLoadError>Old.</x:DllLoadError>", head + advice + "Old.\n"},
@@ -214,14 +207,14 @@ log TS_FAILED L2 (255,0,0,255 400): Error message: /nowhere/libnosuch.so: no suc
          head + advice + "New.\n"},
         {"library='nosuch'", "<x:DllLoadError>Old.</x:DllLoadError><x:LibraryLoadError/>", head},
     };
-    for (const auto& row : rows)
+    for (const auto& [attributes, elements, lines] : rows)
     {
-        SCOPED_TRACE(row.elements);
+        SCOPED_TRACE(elements);
         CRecordingHost host;
         host.Services.LibraryPath = {"/nowhere"};
-        CLoadedSuite suite(host, row.elements + Suite(), row.attributes);
+        CLoadedSuite suite(host, elements + Suite(), attributes);
         EXPECT_FALSE(suite.Run());
-        EXPECT_EQ("\n" + host.Text(), row.lines);
+        EXPECT_EQ("\n" + host.Text(), lines);
         EXPECT_EQ(host.Text(REC_STATE), "state / x:TestSuite 1\nstate / x:TestSuite 3\n");
         EXPECT_EQ(InputsEnabled(host), 1U);
         EXPECT_FALSE(host.Services.TestSuiteExecuting);
@@ -230,21 +223,18 @@ log TS_FAILED L2 (255,0,0,255 400): Error message: /nowhere/libnosuch.so: no suc
 
 TEST(TestSuiteNode, WhereTheLibraryComesFrom)
 {
-    const struct
-    {
-        const char* attributes;
-        bool found;
-    } rows[] = {{"library='EngineTests'", true},
-                {"dll='EngineTests'", true},
-                {"library='' dll='EngineTests'", false},
-                {"", false}};
-    for (const auto& row : rows)
+    const std::tuple<const char*, bool> rows[] = {
+        // clang-format off
+        {"library='EngineTests'", true}, {"dll='EngineTests'", true}, {"library='' dll='EngineTests'", false}, {"", false},
+        // clang-format on
+    };
+    for (const auto& [attributes, found] : rows)
     {
         CRecordingHost host;
-        CLoadedSuite suite(host, "<x:Group>" + Call("1") + "</x:Group>", row.attributes, false);
-        EXPECT_EQ(suite.Run(), row.found) << row.attributes;
-        EXPECT_EQ(Errors(host), row.found ? "" : "log TS_ERROR L1 -: Couldn't find function: Succeed.\n");
-        EXPECT_EQ(suite.Root().DoGetLibWrapper() != nullptr, row.found);
+        CLoadedSuite suite(host, "<x:Group>" + Call("1") + "</x:Group>", attributes, false);
+        EXPECT_EQ(suite.Run(), found) << attributes;
+        EXPECT_EQ(Errors(host), found ? "" : "log TS_ERROR L1 -: Couldn't find function: Succeed.\n");
+        EXPECT_EQ(suite.Root().DoGetLibWrapper() != nullptr, found);
     }
     // Functions are looked up once, when the tree is built.
     CRecordingHost host;
@@ -282,30 +272,26 @@ TEST(TestSuiteNode, MissingAndRepeatedPhaseGroups)
 
 TEST(TestSuiteNode, DebugModeSetting)
 {
-    const struct
-    {
-        const char* value; // null: no such setting
-        ETestSuiteMode hostMode;
-        const char* emitted;
-    } rows[] = {
+    const std::tuple<const char*, ETestSuiteMode, const char*> rows[] = {
+        // without a value: no such setting
         {"true", MODE_NORMAL, "1"}, {"true", MODE_DEBUG, ""},   {"5", MODE_NORMAL, "1"},    {"false", MODE_NORMAL, ""},
         {"false", MODE_DEBUG, "0"}, {nullptr, MODE_NORMAL, ""}, {nullptr, MODE_DEBUG, "0"},
     };
-    for (const auto& row : rows)
+    for (const auto& [value, hostMode, expected] : rows)
     {
         CRecordingHost host;
-        host.Services.TestSuiteMode = row.hostMode;
-        const std::string variables = row.value
-            ? "<x:Variables><x:Define type='BOOL' name='$d' ZKconfig='DEBUG_MODE' value='" + std::string(row.value) +
+        host.Services.TestSuiteMode = hostMode;
+        const std::string variables = value
+            ? "<x:Variables><x:Define type='BOOL' name='$d' ZKconfig='DEBUG_MODE' value='" + std::string(value) +
                 "'/></x:Variables>"
             : "";
         CLoadedSuite suite(host, variables + Suite());
-        EXPECT_EQ(suite.Root().Selected(), row.hostMode == MODE_NORMAL);
+        EXPECT_EQ(suite.Root().Selected(), hostMode == MODE_NORMAL);
         std::string emitted;
         QObject::connect(&suite.Root(), &CTestSuiteNode::UpdateTestSuiteMode,
                          [&](ETestSuiteMode mode) { emitted += std::to_string(mode); });
         suite.Root().EmitNodeSettings();
-        EXPECT_EQ(emitted, row.emitted) << (row.value ? row.value : "none") << row.hostMode;
+        EXPECT_EQ(emitted, expected) << (value ? value : "none") << hostMode;
     }
 }
 
@@ -369,8 +355,4 @@ TEST(TestSuiteNode, TheRootBuiltOrRunLastOwnsTheVariables)
     EXPECT_FALSE(CVariables::AreSet());
     first.Run();
     EXPECT_TRUE(CVariables::AreSet());
-
-    const CTestSuiteNode empty{pugi::xml_node()};
-    EXPECT_FALSE(empty.IsValid());
-    EXPECT_TRUE(first.Root().IsValid());
 }

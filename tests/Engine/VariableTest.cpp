@@ -2,13 +2,7 @@
 
 #include <Orvanta/Variable.h>
 
-#include <CoreKit/Exceptions.h>
-
-#include <gtest/gtest.h>
-
 #include <limits>
-#include <string>
-#include <tuple>
 
 namespace
 {
@@ -47,21 +41,6 @@ TEST(Variable, LiteralsOfEveryType)
         EXPECT_EQ(variable.View<std::uint64_t>(), slot) << text;
     }
     EXPECT_EQ(Make(DT_BYTE, "300").View<std::uint8_t>(), 44);
-}
-
-TEST(Variable, KeepsWhatItIsMadeOf)
-{
-    const CVariable variable = CVariable::MakeVariable(DT_LONG, QStringLiteral("7"), true, QStringLiteral("TAG"));
-    CVariable copy;
-    EXPECT_EQ(copy.Type(), DT_NONE);
-    EXPECT_FALSE(copy.IsDefine());
-    EXPECT_EQ(copy.View<std::uint64_t>(), 0U);
-    copy = variable;
-    EXPECT_TRUE(copy.IsDefine());
-    EXPECT_EQ(copy.Config(), QStringLiteral("TAG"));
-    copy.Set(std::uint64_t{8}, DT_LONG);
-    EXPECT_EQ(copy.View<std::uint32_t>(), 8U);
-    EXPECT_EQ(variable.View<std::uint32_t>(), 7U);
 }
 
 TEST(Variable, Limits)

@@ -16,17 +16,9 @@ std::string OneLine(std::string_view text)
 
 std::string StatusName(TEST_STATUS status)
 {
-    switch (static_cast<std::uint32_t>(status))
-    {
-    case TS_NONE:
-        return "TS_NONE";
-    case TS_FAILED:
-        return "TS_FAILED";
-    case TS_ERROR:
-        return "TS_ERROR";
-    default:
-        return std::string(std::string_view(FormatText("0x%08X", static_cast<unsigned>(status))));
-    }
+    const char* const known = status == TS_NONE ? "TS_NONE" : status == TS_FAILED ? "TS_FAILED" : "TS_ERROR";
+    const bool isKnown = status == TS_NONE || status == TS_FAILED || status == TS_ERROR;
+    return isKnown ? known : FormatText("0x%08X", static_cast<unsigned>(status)).c_str();
 }
 
 std::string Describe(const CFormatInfo& format)
@@ -80,15 +72,26 @@ std::shared_ptr<CDOMParser>& SharedParser()
     static std::shared_ptr<CDOMParser> parser;
     return parser;
 }
-} // namespace
 
-class CRecordingHost::CListener : public CHostListener
+/// A service that knows the host it records for.
+template <class Service>
+class CRecording : public Service
 {
 public:
-    explicit CListener(CRecordingHost& host)
+    explicit CRecording(CRecordingHost& host)
         : m_Host(host)
     {
     }
+
+protected:
+    CRecordingHost& m_Host;
+};
+} // namespace
+
+class CRecordingHost::CListener : public CRecording<CHostListener>
+{
+public:
+    using CRecording::CRecording;
 
     void LogWritten(const SLogEntry& entry) override
     {
@@ -120,46 +123,24 @@ public:
     {
         m_Host.Record(REC_CALLS, "OperatorAborted " + OneLine(text));
     }
-
-private:
-    CRecordingHost& m_Host;
 };
 
-class CRecordingHost::CLogger : public ZKLogger
+class CRecordingHost::CLogger : public CRecording<ZKLogger>
 {
 public:
-    explicit CLogger(CRecordingHost& host)
-        : m_Host(host)
-    {
-    }
+    using CRecording::CRecording;
 
-    void ClearTestStatus() override
-    {
-        m_Host.Record(REC_CALLS, "ClearTestStatus");
-        ZKLogger::ClearTestStatus();
-    }
-    void BeginFunction() override
-    {
-        m_Host.Record(REC_CALLS, "BeginFunction");
-        ZKLogger::BeginFunction();
-    }
-    void EndFunction() override
-    {
-        m_Host.Record(REC_CALLS, "EndFunction");
-        ZKLogger::EndFunction();
-    }
-
-private:
-    CRecordingHost& m_Host;
+    // clang-format off
+    void ClearTestStatus() override { m_Host.Record(REC_CALLS, "ClearTestStatus"); ZKLogger::ClearTestStatus(); }
+    void BeginFunction() override { m_Host.Record(REC_CALLS, "BeginFunction"); ZKLogger::BeginFunction(); }
+    void EndFunction() override { m_Host.Record(REC_CALLS, "EndFunction"); ZKLogger::EndFunction(); }
+    // clang-format on
 };
 
-class CRecordingHost::CSuiteLog : public CTestSuiteLog
+class CRecordingHost::CSuiteLog : public CRecording<CTestSuiteLog>
 {
 public:
-    explicit CSuiteLog(CRecordingHost& host)
-        : m_Host(host)
-    {
-    }
+    using CRecording::CRecording;
 
     void SetSuiteName(std::string_view name) override
     {
@@ -172,9 +153,6 @@ public:
         m_Host.Record(REC_CALLS, "TestSuitePhase " + std::to_string(phase));
         CTestSuiteLog::TestSuitePhase(phase);
     }
-
-private:
-    CRecordingHost& m_Host;
 };
 
 class CRecordingHost::CInput : public CScriptedUserInput
@@ -402,6 +380,15 @@ bool CLoadedSuite::Run(bool stopOnFail)
 std::string WithoutLines(const std::string& text)
 {
     return std::regex_replace(text, std::regex("\\(\\d+\\): C"), "(LINE): C");
+}
+
+std::string Counters(const CNode& node)
+{
+    const ResultSummary& r = node.Results();
+    std::ostringstream text;
+    text << r.ExecCount << r.FailedExecCount << r.RunCount << r.PassCount << r.WarningCount << r.AbortCount
+         << r.FailCount;
+    return text.str();
 }
 
 std::string Outcome(const std::function<bool()>& action)

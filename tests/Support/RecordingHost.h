@@ -134,6 +134,9 @@ inline const char* const WITH_LIBRARY = "name=\"Suite\" library=\"EngineTests\""
 /// A text with the line numbers of the engine's sources replaced.
 std::string WithoutLines(const std::string& text);
 
+/// Executions, failed ones, runs, passes, warnings, aborts, failures.
+std::string Counters(const CNode& node);
+
 /// "true" or "false" as an action returns, "thrown" when it throws anything.
 std::string Outcome(const std::function<bool()>& action);
 
