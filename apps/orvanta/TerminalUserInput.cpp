@@ -170,6 +170,9 @@ private:
             }
             if (ready == 0 && UpdatePrompt())
             {
+                // The editor draws from where it believes to be: at the start of an empty line.
+                std::fputs("\r\033[K", stdout);
+                std::fflush(stdout);
                 el_set(m_Editor, EL_REFRESH);
             }
         }

@@ -109,7 +109,11 @@ TEST_F(COperatorTest, ATimeoutCountsDownAndLeavesNothingTyped)
 {
     const auto terminal =
         Operate("<x:SetPopup text=\"How much?\" variable=\"$N\" timeout=\"2\"/>" + READY + Call("Passes"),
-                {{"(2 s) > ", "x\n"}, {"\"x\" is no number.\r\n", "7"}, {"(1", ""}, {"Ready?", ""}, {"> ", "n\n"}});
+                {{"(2 s) > ", "x\n"},
+                 {"\"x\" is no number.\r\n", "7"},
+                 {"\r\033[K(1 s) > 7", ""},
+                 {"Ready?", ""},
+                 {"> ", "n\n"}});
     EXPECT_EQ(terminal->Wait(), 1);
     EXPECT_EQ(Answers(), "\"timeout\" false ");
     EXPECT_EQ(Ran(), "/0/0 /1/2 /2/0 ");
