@@ -5,7 +5,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 packages=(
     build-essential cmake ninja-build git pkg-config ccache
-    clang libclang-rt-14-dev
+    clang clang-format clang-tidy libclang-rt-14-dev
     qt6-base-dev libpugixml-dev libxerces-c-dev
     libcli11-dev nlohmann-json3-dev libsimpleini-dev libedit-dev
     libgtest-dev libgmock-dev

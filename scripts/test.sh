@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds everything and runs all tests: first with g++, then with clang++ and the address and undefined-behaviour
-# sanitizers. --fast leaves the second round out.
+# Builds everything and runs all tests and the example suite: first with g++, then with clang++ and the address and
+# undefined-behaviour sanitizers; between the two the sources are checked. --fast stops after the first round.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -20,4 +20,7 @@ for preset in "${presets[@]}"; do
     cmake --preset "$preset"
     cmake --build --preset "$preset"
     ctest --preset "$preset"
+    if [[ "$preset" == dev && "$*" != --fast ]]; then
+        scripts/lint.sh
+    fi
 done
