@@ -1,6 +1,7 @@
 #include "Answers.h"
 
 #include <CoreKit/Exceptions.h>
+#include <HostKit/ReplaceFile.h>
 #include <Reports/PromptJson.h>
 
 #include <QFile>
@@ -144,16 +145,12 @@ void CSavedAnswers::PromptEnded(const SPrompt& prompt, const TPromptAnswer& answ
 
 void CSavedAnswers::Write()
 {
-    QSaveFile file(QFile::decodeName(m_Path.c_str()));
     std::string text = "[";
     for (const std::string& entry : m_Entries)
     {
         text += (text.size() > 1 ? ",\n  " : "\n  ") + entry;
     }
     text += m_Entries.empty() ? "]\n" : "\n]\n";
-    if (!file.open(QIODevice::WriteOnly) || file.write(text.data(), static_cast<qint64>(text.size())) < 0 ||
-        !file.commit())
-    {
-        m_WriteError = m_Path + ": the answers cannot be written: " + file.errorString().toStdString();
-    }
+    const std::string reason = ReplaceFile(m_Path, text);
+    m_WriteError = reason.empty() ? "" : m_Path + ": the answers cannot be written: " + reason;
 }

@@ -1,6 +1,7 @@
 #include "HostSession.h"
 
 #include <CoreKit/Exceptions.h>
+#include <Orvanta/CallTree.h>
 
 #include <QFile>
 #include <QFileInfo>
@@ -63,6 +64,14 @@ CHostConfiguration::CHostConfiguration(const SOptions& options)
     {
         Settings.Override("TestScriptLabel", *options.product, 0);
     }
+}
+
+std::string CHostConfiguration::LockFile()
+{
+    SHostServices services;
+    services.AppSettings = &Settings;
+    const CScopedServices installed(services);
+    return GetLockFilePath();
 }
 
 CHostSession::CHostSession(const SOptions& options, CHostConfiguration& configuration, CUserInput& input,

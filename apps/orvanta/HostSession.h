@@ -19,6 +19,10 @@ class CHostConfiguration
 public:
     explicit CHostConfiguration(const SOptions& options);
 
+    /// Where the execution lock is; settings without one are given it. Throws `ZKRunTimeException` when they cannot be
+    /// written.
+    std::string LockFile();
+
     CAppSettings Settings;
     ZKCustomConfiguration Filters;
     int CurrentFilter;

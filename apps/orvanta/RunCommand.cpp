@@ -363,6 +363,7 @@ EExitCode RunSuites(const SOptions& options)
         [&]
         {
             configuration.emplace(options);
+            configuration->LockFile();
             CheckOutputNames(options);
             // Everything is read before anything is written: an output may have the name of an input.
             std::optional<std::deque<SScriptedAnswer>> answers;

@@ -1,11 +1,11 @@
 #include <HostKit/AppSettings.h>
+#include <HostKit/ReplaceFile.h>
 
 #include <CoreKit/Exceptions.h>
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 // Text is UTF-8 in the file and here; the header's own definitions are used, no library beside it.
 #define SI_NO_CONVERSION
@@ -100,11 +100,9 @@ void WriteAll(const std::string& path, const std::string& text)
     {
         Fail("write", path, QStringLiteral("its folder cannot be made"));
     }
-    QSaveFile file(ToQString(path));
-    const auto length = static_cast<qint64>(text.size());
-    if (!file.open(QIODevice::WriteOnly) || file.write(text.data(), length) != length || !file.commit())
+    if (const std::string reason = ReplaceFile(path, text); !reason.empty())
     {
-        Fail("write", path, file.errorString());
+        Fail("write", path, ToQString(reason));
     }
 }
 } // namespace

@@ -79,6 +79,11 @@ std::unique_ptr<QProcess> CCliTest::Start(const char* program, const QStringList
     return process;
 }
 
+SOutcome CCliTest::Shell(const std::string& line) const
+{
+    return Finish(*Start("/bin/bash", {QStringLiteral("-c"), QString::fromStdString(line)}));
+}
+
 SOutcome CCliTest::Finish(QProcess& process) const
 {
     EXPECT_TRUE(process.waitForFinished(TIMEOUT)) << qPrintable(process.errorString());

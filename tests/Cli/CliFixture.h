@@ -45,6 +45,8 @@ protected:
     SOutcome Orvanta(const std::string& arguments) const { return Finish(*Start(ORVANTA_PROGRAM, Words(arguments))); }
     /// `orvanta run` with the test's settings and library folder.
     SOutcome Run(const std::string& arguments) const { return Orvanta(RUN + arguments); }
+    /// A line of shell script in the test's folder.
+    SOutcome Shell(const std::string& line) const;
     std::unique_ptr<QProcess> Start(const char* program, const QStringList& arguments) const;
     /// The same call as `Run` at a terminal.
     std::unique_ptr<CPty> RunAtTerminal(const std::string& arguments) const;

@@ -1,6 +1,7 @@
 #include "CliFixture.h"
 
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QFile>
 #include <QThread>
 
@@ -132,8 +133,7 @@ TEST_F(CFilesTest, ClosedStandardStreamsDoNotSpoilTheRecord)
     {
         SCOPED_TRACE(redirection);
         Write("r", "");
-        const std::string line = call + redirection + "; exit ${PIPESTATUS[0]}";
-        EXPECT_EQ(Finish(*Start("/bin/bash", {QStringLiteral("-c"), QString::fromStdString(line)})).code, 0);
+        EXPECT_EQ(Shell(call + redirection + "; exit ${PIPESTATUS[0]}").code, 0);
         EXPECT_EQ(Record().back().at("event"), "run-end");
     }
 }
@@ -149,6 +149,36 @@ TEST_F(CFilesTest, ARecordOrLogThatCannotBeCompletedIsNoSuccess)
         EXPECT_PRED2(Contains, outcome.out, "Test suite Passed!");
     }
     EXPECT_EQ(Run("--record /dev/full " + Suite(Call("ReturnsFalse"))).code, 1);
+}
+
+TEST_F(CFilesTest, AFullDiskLeavesSettingsAndSavedAnswersAsTheyWere)
+{
+    const std::string big(2000, 'x');
+    Suite("<x:InfoPopup text=\"" + big + "\"/>");
+    Write("answers.json", R"([{"answer": "ok"}])");
+    const struct
+    {
+        const char* file;
+        std::string content;
+        const char* options;
+        std::string error;
+    } rows[] = {
+        {"saved.json", "[]\n", "--settings settings.ini --save-answers saved.json",
+         "orvanta: saved.json: the answers cannot be written: File too large"},
+        {"config/orvanta/settings.ini", "; " + big + "\n[application]\n", "",
+         "orvanta: Cannot write the settings file \"" + Path("config/orvanta/settings.ini") + "\": File too large.\n"},
+    };
+    ASSERT_TRUE(QDir(QString::fromStdString(Path(""))).mkpath(QStringLiteral("config/orvanta")));
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.file);
+        Write(row.file, row.content);
+        const SOutcome outcome = Shell(std::string("trap '' XFSZ; ulimit -f 1; '" ORVANTA_PROGRAM "' run ") +
+                                       row.options + " --answers answers.json -L " ORVANTA_LIBRARY_FOLDER " suite.xml");
+        EXPECT_EQ(outcome.code, 4) << outcome.out;
+        EXPECT_TRUE(outcome.err.starts_with(row.error)) << outcome.err;
+        EXPECT_EQ(Read(row.file), row.content);
+    }
 }
 
 TEST_F(CFilesTest, TheLogFileIsCompleteWhateverTheTerminalShows)
