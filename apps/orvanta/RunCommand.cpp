@@ -4,6 +4,7 @@
 #include "EarlyExit.h"
 #include "HostSession.h"
 #include "Interrupt.h"
+#include "OutputNames.h"
 #include "Progress.h"
 #include "RunVerdict.h"
 #include "SuiteLoader.h"
@@ -22,12 +23,8 @@
 #include <Reports/RunMonitor.h>
 #include <Reports/RunRecord.h>
 
-#include <QFile>
-#include <QFileInfo>
-
 #include <chrono>
 #include <deque>
-#include <map>
 #include <optional>
 
 namespace
@@ -324,34 +321,6 @@ EExitCode CheckFiles(const SOutputs& outputs, EExitCode code)
     }
     return code;
 }
-/// Refuses an output that is also an input or another output, before anything is opened for writing. Only the answers
-/// may be saved under the name they are read from.
-void CheckOutputNames(const SOptions& options)
-{
-    const auto place = [](const std::string& file)
-    {
-        const QFileInfo info(QFile::decodeName(file.c_str()));
-        return info.exists() ? info.canonicalFilePath() : info.absoluteFilePath();
-    };
-    std::map<QString, std::string> used;
-    const auto use = [&](const std::optional<std::string>& file, const char* what, bool isOutput)
-    {
-        if (file && !used.emplace(place(*file), what).second && isOutput)
-        {
-            throw ZKRunTimeException(*file + ": named as " + used.at(place(*file)) + " and as " + what);
-        }
-    };
-    for (const std::string& suite : options.suites)
-    {
-        use(suite, "a suite", false);
-    }
-    use(options.settings, "the settings", false);
-    use(options.answers && options.answers != options.saveAnswers ? options.answers : std::nullopt, "the answers",
-        false);
-    use(options.record, "the record", true);
-    use(options.log, "the log", true);
-    use(options.saveAnswers, "the file for the answers", true);
-}
 } // namespace
 
 EExitCode RunSuites(const SOptions& options)
@@ -363,9 +332,8 @@ EExitCode RunSuites(const SOptions& options)
         [&]
         {
             configuration.emplace(options);
-            configuration->LockFile();
-            CheckOutputNames(options);
-            // Everything is read before anything is written: an output may have the name of an input.
+            CheckOutputNames(options, configuration->LockFile());
+            // Read before anything is written: they may be saved in the file they are read from.
             std::optional<std::deque<SScriptedAnswer>> answers;
             if (options.answers)
             {

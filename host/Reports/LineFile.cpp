@@ -6,20 +6,47 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+namespace
+{
+/// Empties a file that no other process writes; false, with the reason in `errno`, when that fails. File systems
+/// without locks do without, and what is no regular file is written as it comes.
+bool TakeOver(int file)
+{
+    struct stat state
+    {
+    };
+    if (fstat(file, &state) != 0 || !S_ISREG(state.st_mode))
+    {
+        return true;
+    }
+    return (flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) && ftruncate(file, 0) == 0;
+}
+} // namespace
 
 CLineFile::CLineFile(const std::string& path)
     : m_Path(path)
-    , m_File(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666))
+    , m_File(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666))
 {
-    if (m_File < 0)
+    if (m_File >= 0 && TakeOver(m_File))
     {
-        ThrowFormatted<ZKRunTimeException>("cannot write %s: %s", path.c_str(), std::strerror(errno));
+        return;
     }
+    const std::string reason = errno == EWOULDBLOCK ? "another run is writing it" : std::strerror(errno);
+    if (m_File >= 0)
+    {
+        close(m_File);
+    }
+    ThrowFormatted<ZKRunTimeException>("cannot write %s: %s", path.c_str(), reason.c_str());
 }
 
 CLineFile::~CLineFile()
 {
+    // Processes that tests started may still hold the file open, and with it the lock.
+    flock(m_File, LOCK_UN);
     close(m_File);
 }
 

@@ -7,9 +7,9 @@
 #include <string_view>
 
 /// A text file that a run leaves behind. Each append reaches the system at once and in full, so that whatever was
-/// appended before a crash or a kill stands. The constructor replaces an existing file and throws `ZKRunTimeException`,
-/// naming path and reason, when it cannot. A failed append is remembered, takes back the piece of line it left, and is
-/// the file's last.
+/// appended before a crash or a kill stands. The constructor replaces an existing file; it throws `ZKRunTimeException`,
+/// naming path and reason, when it cannot, and leaves a file alone that another run is writing. A failed append is
+/// remembered, takes back the piece of line it left, and is the file's last.
 class REPORTS_EXPORT CLineFile
 {
 public:

@@ -114,6 +114,15 @@ TEST_F(CFilesTest, ARunHoldsTheLockUntilItIsKilledAndItsRecordStands)
         QThread::msleep(10);
     }
     const std::string passing = Suite(Call("Passes"), "", "passing.xml");
+    ASSERT_EQ(Shell("ln r linked").code, 0);
+    const std::string before = Read("r");
+    for (const char* option : {"--record r ", "--log linked "})
+    {
+        const SOutcome refused = Run(option + passing);
+        EXPECT_EQ(refused.code, 4);
+        EXPECT_PRED2(Contains, refused.err, ": another run is writing it\n");
+        EXPECT_EQ(Read("r"), before);
+    }
     const SOutcome second = Run("--record second " + passing);
     EXPECT_EQ(second.code, 7) << second.err;
     EXPECT_PRED2(Contains, second.out, "another run holds the execution lock");
@@ -123,7 +132,41 @@ TEST_F(CFilesTest, ARunHoldsTheLockUntilItIsKilledAndItsRecordStands)
     first->waitForFinished();
     EXPECT_EQ(Record().back().at("text"), "hanging");
     EXPECT_EQ(Digest(Events("state").back()), "state /1/0 x:Function executing\n");
-    EXPECT_EQ(Run(passing).code, 0) << "the lock of a killed run stays";
+    EXPECT_EQ(Run("--record r " + passing).code, 0) << "the locks of a killed run stay";
+    EXPECT_EQ(Record().back().at("passed"), true);
+}
+
+TEST_F(CFilesTest, AnOutputThatIsAnythingElseByAnyNameIsRefusedUntouched)
+{
+    Suite(Call("Passes"));
+    Write("answers.json", "[]");
+    Write("old", "old");
+    ASSERT_EQ(Shell("ln suite.xml hard; ln -s settings.ini soft; ln old older; ln -s new newer; mkdir folder;"
+                    "cp " ORVANTA_LIBRARY_FOLDER "/libCliLibrary.so copy")
+                  .code,
+              0);
+    const std::pair<std::string, const char*> rows[] = {
+        {"--log hard", "hard: named as a suite and as the log"},
+        {"--record soft", "soft: named as the settings and as the record"},
+        {"--answers answers.json --save-answers a --log folder/../answers.json",
+         "folder/../answers.json: named as the answers and as the log"},
+        {"--record lock", "lock: named as the execution lock and as the record"},
+        {"--record old --log older", "older: named as the record and as the log"},
+        {"--log newer --save-answers new", "new: named as the log and as the file for the answers"},
+        {"--log copy", "copy: the log would replace a program or a library"},
+        {"--log out >>out", "out: named as the standard output and as the log"},
+    };
+    const std::string files = Shell("cat *").out;
+    for (const auto& [options, message] : rows)
+    {
+        SCOPED_TRACE(options);
+        const SOutcome outcome = Shell("'" ORVANTA_PROGRAM "' " + RUN + "suite.xml " + options);
+        EXPECT_EQ(outcome.code, 4);
+        EXPECT_PRED2(Contains, outcome.err, std::string("orvanta: ") + message + '\n');
+        EXPECT_EQ(Shell("cat *").out, files);
+    }
+    EXPECT_EQ(Run("--answers answers.json --save-answers folder/../answers.json suite.xml").code, 0);
+    EXPECT_EQ(Run("--record /dev/null --log /dev/null suite.xml").code, 0);
 }
 
 TEST_F(CFilesTest, ClosedStandardStreamsDoNotSpoilTheRecord)
