@@ -77,6 +77,20 @@ struct SOutputs
         monitor.Add(progress);
     }
 
+    void SuiteLoaded(const SLoadedSuite& suite)
+    {
+        if (!record)
+        {
+            return;
+        }
+        SSuiteLoad load{suite.file, suite.root != nullptr, {}};
+        for (const SProblem& problem : suite.problems)
+        {
+            load.problems.push_back({problem.line, problem.column, problem.severity, problem.message});
+        }
+        record->SuiteLoaded(load);
+    }
+
     /// A line of the host's own, for people.
     void Note(const std::string& line)
     {
@@ -135,6 +149,7 @@ public:
     EExitCode Run();
 
 private:
+    void NoteProblems(CLogFile& log) const;
     EExitCode RunLoaded();
     EExitCode CallTree();
     EExitCode Unexpected(const char* what);
@@ -167,13 +182,35 @@ CSuiteRun::CSuiteRun(const SOptions& options, CHostConfiguration& configuration,
 
 EExitCode CSuiteRun::Run()
 {
-    if (!m_Suite.root)
+    if (m_Suite.root)
     {
-        std::fflush(stdout);
-        PrintProblems(m_Suite);
-        return EExitCode::NotLoaded;
+        m_Outputs.SuiteLoaded(m_Suite);
+        return RunLoaded();
     }
-    return RunLoaded();
+    // The operator gets the problems in a shorter form than the engine's.
+    m_Session.Services.Listeners.Remove(m_Outputs.terminal);
+    if (m_Suite.state && !m_Suite.state->IsValid())
+    {
+        m_Suite.state->Activate(nullptr);
+    }
+    else if (m_Outputs.log)
+    {
+        NoteProblems(*m_Outputs.log);
+    }
+    m_Outputs.SuiteLoaded(m_Suite);
+    std::fflush(stdout);
+    PrintProblems(m_Suite);
+    return EExitCode::NotLoaded;
+}
+
+/// The engine's report does not cover a suite that is left out or whose tree cannot be built.
+void CSuiteRun::NoteProblems(CLogFile& log) const
+{
+    for (const SProblem& problem : m_Suite.problems)
+    {
+        const std::string line = problem.line == 0 ? "" : ", line " + std::to_string(problem.line);
+        log.Note(m_Suite.file + line + ": " + problem.message);
+    }
 }
 
 EExitCode CSuiteRun::RunLoaded()
@@ -193,7 +230,6 @@ EExitCode CSuiteRun::RunLoaded()
         m_Suite.root->SelectableDescendentsCount() > 0 && m_Suite.root->CheckedDescendentsCount() == 0;
 
     RecordStart();
-    m_Suite.state->Activate(nullptr);
     const EExitCode ended = CallTree();
     m_Outputs.progress.Clear();
     const EExitCode code = Judge(ended, nothingSelected);

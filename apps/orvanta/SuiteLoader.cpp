@@ -218,6 +218,7 @@ SLoadedSuite LoadSuite(const std::string& file, bool keepMode)
         suite.problems = DocumentProblems(*suite.state, file);
         return suite;
     }
+    suite.state->Activate(nullptr);
     BuildTree(suite, keepMode);
     return suite;
 }

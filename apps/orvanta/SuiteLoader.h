@@ -31,7 +31,8 @@ struct SLoadedSuite
 };
 
 /// Decides whether the suite is to be loaded, validates it, builds its tree and follows the mode that the tree asks for
-/// unless `keepMode`. Uses the installed services. Only exhausted memory leaves as an exception.
+/// unless `keepMode`. A valid suite is activated before its tree is built; one that is not valid is left to the caller,
+/// who has its problems. Uses the installed services. Only exhausted memory leaves as an exception.
 SLoadedSuite LoadSuite(const std::string& file, bool keepMode);
 
 /// Applies the operator's selection; false, with the reason on stderr, when a pattern matches no node.

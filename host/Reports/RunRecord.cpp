@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <optional>
+#include <utility>
 
 using TJson = nlohmann::ordered_json;
 
@@ -71,6 +72,24 @@ CRunRecord::CRunRecord(const std::string& path)
     TJson event = Event("record");
     event["version"] = RECORD_VERSION;
     event["engine"] = EngineVersion();
+    Append(m_File, event);
+}
+
+void CRunRecord::SuiteLoaded(const SSuiteLoad& load)
+{
+    TJson problems = TJson::array();
+    for (const SLoadProblem& problem : load.problems)
+    {
+        const bool hasPlace = problem.line != 0;
+        problems.push_back({{"line", hasPlace ? TJson(problem.line) : TJson()},
+                            {"column", hasPlace ? TJson(problem.column) : TJson()},
+                            {"severity", problem.severity},
+                            {"message", problem.message}});
+    }
+    TJson event = Event("suite-load");
+    event["file"] = load.file;
+    event["loaded"] = load.loaded;
+    event["problems"] = std::move(problems);
     Append(m_File, event);
 }
 

@@ -8,6 +8,24 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
+
+/// Something wrong with a suite file; line 0 when it concerns the file as a whole.
+struct SLoadProblem
+{
+    std::uint64_t line = 0;
+    std::uint64_t column = 0;
+    std::string severity;
+    std::string message;
+};
+
+/// What became of a suite file before its run.
+struct SSuiteLoad
+{
+    std::string file;
+    bool loaded = false;
+    std::vector<SLoadProblem> problems;
+};
 
 /// What is known of a run before it starts.
 struct SRunStart
@@ -41,6 +59,7 @@ public:
     const std::string& Path() const { return m_File.Path(); }
     const std::string& WriteError() const { return m_File.WriteError(); }
 
+    void SuiteLoaded(const SSuiteLoad& load);
     void RunStarted(const SRunStart& start);
     void RunEnded(const SRunEnd& end);
 

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QThread>
 
+#include <algorithm>
 #include <map>
 #include <regex>
 
@@ -60,6 +61,7 @@ TEST_F(CFilesTest, TheRecordTellsARunInOrderAndEveryEventHasItsKeys)
     }
     EXPECT_EQ(transcript, R"(
 record
+suite-load
 run-start Bench CliLibrary
 test-log Startup
 state / x:TestSuite executing
@@ -94,6 +96,7 @@ run-end Failed false 1
         {"run-end", "event time status result reportName passed executed failedExecutions tests passes warnings aborts failures "},
         {"run-start", "event time suite file library executionType mode "},
         {"state", "event time path element name label line state "},
+        {"suite-load", "event time file loaded problems "},
         {"test-log", "event time text test separator "},
         // clang-format on
     };
@@ -102,6 +105,47 @@ run-end Failed false 1
     EXPECT_EQ(logs["no device"].at("format"), nullptr);
     EXPECT_EQ(logs["Calling test suite: suite.xml."].at("format").dump(),
               "{\"color\":[0,0,255,255],\"background\":null,\"strength\":700,\"italic\":false,\"underline\":false}");
+}
+
+TEST_F(CFilesTest, EverySuiteThatWasNotLoadedIsInRecordAndLogAndOnceOnTheTerminal)
+{
+    const std::string frob = "<x:Function name=\"Passes\"><x:Condition>\n<x:Comparison operator=\"frob\">"
+                             "<x:Value value=\"1\"/><x:Value value=\"2\"/></x:Comparison></x:Condition></x:Function>";
+    const std::string ours = "products=\"ours\"";
+    Suite("<x:Function lable=\"a\" name=\"Passes\"/>", "", "invalid.xml", ours);
+    Suite(frob, "", "unbuildable.xml", ours);
+    Suite(Call("Passes"), "", "foreign.xml", "products=\"theirs\"");
+    Suite(Call("Passes"), "", "good.xml", ours);
+    const SOutcome outcome = Run("--record r --log l --product ours invalid.xml unbuildable.xml foreign.xml good.xml");
+    EXPECT_EQ(outcome.code, 6);
+    std::string loads = "\n";
+    for (const TJson& load : Events("suite-load"))
+    {
+        loads += load.at("file").get<std::string>() + ' ' + load.at("loaded").dump();
+        for (const TJson& problem : load.at("problems"))
+        {
+            loads += ' ' + problem.at("line").dump() + ' ' + problem.at("severity").dump();
+            EXPECT_PRED2(Contains, outcome.err, problem.at("message").get<std::string>() + '\n');
+            EXPECT_EQ(problem.at("line").is_null(), problem.at("column").is_null());
+        }
+        loads += '\n';
+    }
+    EXPECT_EQ(loads, R"(
+invalid.xml false 6 "error"
+unbuildable.xml false 7 "error"
+foreign.xml false null "error"
+good.xml true
+)");
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 3) << outcome.err;
+    EXPECT_TRUE(outcome.out.starts_with("Loaded 'unbuildable'.\nLoaded 'good'.\n")) << outcome.out;
+    EXPECT_FALSE(Contains(outcome.out, "Invalid test suite!"));
+    const std::string log = Read("l");
+    for (const char* entry :
+         {" 0 ERROR  Invalid test suite!\n", " 0 note   unbuildable.xml, line 7: x:Comparison: the operator 'frob' ",
+          " 0 note   foreign.xml: not for this product: ", " 3 -      Loaded 'good'.\n"})
+    {
+        EXPECT_PRED2(Contains, log, entry);
+    }
 }
 
 TEST_F(CFilesTest, ARunHoldsTheLockUntilItIsKilledAndItsRecordStands)

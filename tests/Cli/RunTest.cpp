@@ -63,7 +63,7 @@ TEST_F(CRunTest, TheSuiteAsksForItsModeAndStaysSelected)
     Suite(Call("Passes"), "", "suite.xml", "",
           "<x:Define type=\"BOOL\" name=\"$Debug\" value=\"true\" ZKconfig=\"DEBUG_MODE\"/>");
     EXPECT_EQ(Run("--record r suite.xml").code, 0);
-    EXPECT_EQ(Record().at(1).at("mode"), 1);
+    EXPECT_EQ(Events("run-start").at(0).at("mode"), 1);
     EXPECT_EQ(Record().back().at("reportName"), " - Passed - DEBUG");
 }
 
