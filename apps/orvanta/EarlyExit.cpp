@@ -3,31 +3,37 @@
 #include "ExitCode.h"
 #include "Terminal.h"
 
+#include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include <unistd.h>
 
 namespace
 {
-bool g_Running = false;
+const char* g_Message = nullptr; ///< of the innermost guard; null when there is none
+pid_t g_Guarded = 0;             ///< the process that the guards were made in
 
 void RefuseExit()
 {
-    if (g_Running)
+    if (g_Message && getpid() == g_Guarded)
     {
-        ReportError("a test function ended the process; the last test named above did not return");
+        std::fflush(stdout);
+        ReportError(g_Message);
         _exit(static_cast<int>(EExitCode::Unexpected));
     }
 }
 } // namespace
 
-CEarlyExitGuard::CEarlyExitGuard()
+CEarlyExitGuard::CEarlyExitGuard(const char* message)
+    : m_Outer(std::exchange(g_Message, message))
 {
-    static const bool isRegistered = std::atexit(RefuseExit) == 0;
-    g_Running = isRegistered;
+    static const bool isRegistered = std::atexit(RefuseExit) == 0 && std::at_quick_exit(RefuseExit) == 0;
+    static_cast<void>(isRegistered);
+    g_Guarded = getpid();
 }
 
 CEarlyExitGuard::~CEarlyExitGuard()
 {
-    g_Running = false;
+    g_Message = m_Outer;
 }

@@ -240,7 +240,7 @@ EExitCode CSuiteRun::RunLoaded()
 
 EExitCode CSuiteRun::CallTree()
 {
-    const CEarlyExitGuard guard;
+    const CEarlyExitGuard guard("a test function ended the process; the last test named above did not return");
     CInterrupt interrupt(m_Session.SuiteLog, *m_Suite.root);
     m_Session.Services.Listeners.Add(interrupt);
     const EExitCode code = Guarded(

@@ -1,3 +1,4 @@
+#include "EarlyExit.h"
 #include "ListCommand.h"
 #include "Options.h"
 #include "RunCommand.h"
@@ -15,6 +16,7 @@ namespace
 {
 EExitCode Execute(const SOptions& options)
 {
+    const CEarlyExitGuard guard("a test library ended the process while it was being loaded");
     switch (options.command)
     {
     case ECommand::Run:

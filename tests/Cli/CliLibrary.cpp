@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include <poll.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
@@ -23,6 +24,29 @@ void AwaitInterrupt(const char* text)
     ppoll(nullptr, 0, &limit, &before);
     sigprocmask(SIG_SETMASK, &before, nullptr);
 }
+
+/// How a child process ends that leaves with 0.
+int ForkedExitCode()
+{
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        std::exit(0);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    return status;
+}
+
+/// A library whose initialiser does not come back.
+[[maybe_unused]] const bool g_Loaded = []
+{
+    if (std::getenv("CLI_LIBRARY_EXITS"))
+    {
+        std::exit(0);
+    }
+    return true;
+}();
 } // namespace
 
 // clang-format off
@@ -37,6 +61,8 @@ ZK_TEST(ExhaustsMemory) { throw std::bad_alloc(); }
 ZK_TEST(Aborts) { zk_abort("the operator went home"); }
 ZK_TEST(Interrupts) { return std::raise(SIGINT) == 0; }
 ZK_TEST(Exits) { std::exit(0); }
+ZK_TEST(QuickExits) { std::quick_exit(0); }
+ZK_TEST(Forks) { return ForkedExitCode() == 0; }
 ZK_TEST(LogsOddBytes) { zk_log(3, "odd \xFF and \033[31mred"); return true; }
 ZK_TEST(Hangs) { AwaitInterrupt("hanging"); return true; }
 ZK_TEST(HangsTwice) { AwaitInterrupt("hanging"); AwaitInterrupt("still hanging"); return true; }

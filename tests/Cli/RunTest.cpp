@@ -32,6 +32,8 @@ TEST_F(CRunTest, ExitCodeAndHeadlineSayWhatBecameOfTheRun)
         {R"(<x:InfoPopup text="Shut?"/>)", "", 2, "Aborted: The prompt \"Shut?\" cannot be answered: there is no terminal, and no list of answers (--answers).\n"},
         {Call("Interrupts"), "", 2, "Test suite Aborted!"},
         {Call("Exits"), "", 3, "Test: Exits"},
+        {Call("QuickExits"), "", 3, "Test: QuickExits"},
+        {Call("Forks"), "", 0, "Test suite Passed!"},
         {Call("ExhaustsMemory"), "", 3, "suite.xml: ended by an unexpected error"},
         {Call("Passes"), "--debug ", 5, "nothing was selected"},
         // clang-format on
@@ -56,6 +58,18 @@ TEST_F(CRunTest, AMissingLibraryFailsWithWhatWasTried)
     EXPECT_EQ(outcome.code, 1);
     EXPECT_PRED2(Contains, outcome.out, Path("libCliLibrary.so") + ": no such file");
     EXPECT_PRED2(Contains, outcome.out, Path("elsewhere/libCliLibrary.so") + ": no such file");
+}
+
+TEST_F(CRunTest, ALibraryThatEndsTheProcessWhileItIsLoadedIsNoSuccess)
+{
+    Suite(Call("Passes"));
+    for (const char* command : {"run", "list"})
+    {
+        const SOutcome outcome = Shell(std::string("CLI_LIBRARY_EXITS=1 '" ORVANTA_PROGRAM "' ") + command +
+                                       " --settings settings.ini -L " ORVANTA_LIBRARY_FOLDER " suite.xml");
+        EXPECT_EQ(outcome.code, 3);
+        EXPECT_EQ(outcome.err, "orvanta: a test library ended the process while it was being loaded\n");
+    }
 }
 
 TEST_F(CRunTest, TheSuiteAsksForItsModeAndStaysSelected)
