@@ -8,7 +8,10 @@
 #include <CoreKit/CatchLadder.h>
 
 #include <cstdio>
+#include <string>
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -36,15 +39,48 @@ EExitCode Unexpected(const char* what)
     ReportError(what);
     return EExitCode::Unexpected;
 }
-/// Output that was lost is no success, unless its reader went away by choice.
-EExitCode CheckOutput(EExitCode code)
+
+mode_t TypeOf(int stream)
 {
-    struct stat output
+    struct stat state
     {
     };
-    const bool isPipe = fstat(STDOUT_FILENO, &output) == 0 && S_ISFIFO(output.st_mode);
+    return fstat(stream, &state) == 0 ? state.st_mode & S_IFMT : 0;
+}
+
+/// Lets a standard stream wait for a slow reader: the standard library drops what does not fit at once. The pipe or
+/// terminal is opened anew, since whoever handed it over may need it as it is. A socket cannot be.
+void WaitForReaderOf(int stream)
+{
+    const int flags = fcntl(stream, F_GETFL);
+    const mode_t type = TypeOf(stream);
+    if (flags < 0 || (flags & O_NONBLOCK) == 0 || (type != S_IFIFO && type != S_IFCHR))
+    {
+        return;
+    }
+    const std::string path = "/proc/self/fd/" + std::to_string(stream);
+    const int blocking = open(path.c_str(), (flags & O_ACCMODE) | O_CLOEXEC | O_NOCTTY);
+    if (blocking >= 0)
+    {
+        dup2(blocking, stream);
+        close(blocking);
+    }
+}
+
+/// Whether the reader of a pipe went away by choice: it has seen enough.
+bool HasReaderLeft(int stream)
+{
+    const mode_t type = TypeOf(stream);
+    pollfd state{stream, POLLOUT, 0};
+    return (type == S_IFIFO || type == S_IFSOCK) && poll(&state, 1, 0) == 1 &&
+        (state.revents & (POLLERR | POLLHUP)) != 0;
+}
+
+/// Output that was lost is no success, unless nobody wanted it.
+EExitCode CheckOutput(EExitCode code)
+{
     const bool isWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
-    if (isPipe || isWritten)
+    if (isWritten || HasReaderLeft(STDOUT_FILENO))
     {
         return code;
     }
@@ -56,6 +92,10 @@ EExitCode CheckOutput(EExitCode code)
 int main(int argc, char** argv)
 {
     PrepareStandardStreams();
+    for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
+    {
+        WaitForReaderOf(stream);
+    }
     const EExitCode code = Guarded(
         [&]
         {

@@ -69,11 +69,13 @@ std::unique_ptr<CPty> CCliTest::RunAtTerminal(const std::string& arguments) cons
                                   QStringList{QStringLiteral(ORVANTA_PROGRAM)} + Words(RUN + arguments));
 }
 
-std::unique_ptr<QProcess> CCliTest::Start(const char* program, const QStringList& arguments) const
+std::unique_ptr<QProcess> CCliTest::Start(const char* program, const QStringList& arguments,
+                                          const std::function<void()>& prepare) const
 {
     auto process = std::make_unique<QProcess>();
     process->setProcessEnvironment(Environment());
     process->setWorkingDirectory(m_Folder.path());
+    process->setChildProcessModifier(prepare);
     process->start(QString::fromUtf8(program), arguments);
     EXPECT_TRUE(process->waitForStarted(TIMEOUT)) << qPrintable(process->errorString());
     return process;

@@ -9,6 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -47,7 +48,9 @@ protected:
     SOutcome Run(const std::string& arguments) const { return Orvanta(RUN + arguments); }
     /// A line of shell script in the test's folder.
     SOutcome Shell(const std::string& line) const;
-    std::unique_ptr<QProcess> Start(const char* program, const QStringList& arguments) const;
+    /// `prepare` is run in the new process before the program.
+    std::unique_ptr<QProcess> Start(const char* program, const QStringList& arguments,
+                                    const std::function<void()>& prepare = {}) const;
     /// The same call as `Run` at a terminal.
     std::unique_ptr<CPty> RunAtTerminal(const std::string& arguments) const;
     SOutcome Finish(QProcess& process) const;

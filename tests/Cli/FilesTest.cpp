@@ -9,6 +9,10 @@
 #include <map>
 #include <regex>
 
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 namespace
 {
 using CFilesTest = CCliTest;
@@ -223,6 +227,41 @@ TEST_F(CFilesTest, ClosedStandardStreamsDoNotSpoilTheRecord)
         EXPECT_EQ(Shell(call + redirection + "; exit ${PIPESTATUS[0]}").code, 0);
         EXPECT_EQ(Record().back().at("event"), "run-end");
     }
+}
+
+TEST_F(CFilesTest, OutputWaitsForASlowReaderAndIsNotLostInSilence)
+{
+    std::string calls;
+    for (int i = 0; i < 3000; ++i)
+    {
+        calls += Call("Passes");
+    }
+    const QStringList list = Words("list " + Suite(calls));
+    const auto slow = Start(ORVANTA_PROGRAM, list, [] { fcntl(STDOUT_FILENO, F_SETFL, O_NONBLOCK); });
+    EXPECT_FALSE(slow->waitForReadyRead(0));
+    QThread::msleep(300);
+    const SOutcome outcome = Finish(*slow);
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_EQ(outcome.out, Orvanta("list suite.xml").out);
+
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends), 0);
+    const int deaf = ends[0];
+    const int small = 1;
+    setsockopt(deaf, SOL_SOCKET, SO_SNDBUF, &small, sizeof small);
+    const std::pair<const char*, int> rows[] = {{"a socket that nobody reads", deaf}, {"a full disk", -1}};
+    for (const auto& [name, target] : rows)
+    {
+        SCOPED_TRACE(name);
+        const auto lost =
+            Start(ORVANTA_PROGRAM, list,
+                  [target = target] { dup2(target >= 0 ? target : open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+        const SOutcome lostOutcome = Finish(*lost);
+        EXPECT_EQ(lostOutcome.code, 4);
+        EXPECT_EQ(lostOutcome.err, "orvanta: the output cannot be written\n");
+    }
+    close(ends[0]);
+    close(ends[1]);
 }
 
 TEST_F(CFilesTest, ARecordOrLogThatCannotBeCompletedIsNoSuccess)
