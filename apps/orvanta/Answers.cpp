@@ -1,5 +1,7 @@
 #include "Answers.h"
 
+#include "StartFolder.h"
+
 #include <CoreKit/Exceptions.h>
 #include <HostKit/ReplaceFile.h>
 #include <Reports/PromptJson.h>
@@ -126,6 +128,7 @@ std::deque<SScriptedAnswer> ReadAnswers(const std::string& path)
 
 CSavedAnswers::CSavedAnswers(const std::string& path)
     : m_Path(path)
+    , m_Target(FromStart(path))
 {
     // Only a trial: what an earlier run saved stays until there is an answer to save.
     QSaveFile trial(QFile::decodeName(m_Path.c_str()));
@@ -151,6 +154,6 @@ void CSavedAnswers::Write()
         text += (text.size() > 1 ? ",\n  " : "\n  ") + entry;
     }
     text += m_Entries.empty() ? "]\n" : "\n]\n";
-    const std::string reason = ReplaceFile(m_Path, text);
+    const std::string reason = ReplaceFile(m_Target, text);
     m_WriteError = reason.empty() ? "" : m_Path + ": the answers cannot be written: " + reason;
 }

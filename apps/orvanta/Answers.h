@@ -26,7 +26,8 @@ public:
 private:
     void Write();
 
-    std::string m_Path;
+    std::string m_Path;                 ///< as it was named
+    std::string m_Target;               ///< absolute
     std::vector<std::string> m_Entries; ///< as JSON
     std::string m_WriteError;
 };

@@ -1,11 +1,15 @@
 #include "HostSession.h"
 
+#include "StartFolder.h"
+
 #include <CoreKit/Exceptions.h>
 #include <Orvanta/CallTree.h>
 
 #include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
+
+#include <filesystem>
 
 namespace
 {
@@ -49,10 +53,6 @@ int FindFilter(const SOptions& options, const CAppSettings& settings, const CTes
     return index;
 }
 
-std::string Absolute(const std::string& folder)
-{
-    return QFileInfo(QFile::decodeName(folder.c_str())).absoluteFilePath().toStdString();
-}
 } // namespace
 
 CHostConfiguration::CHostConfiguration(const SOptions& options)
@@ -71,7 +71,9 @@ std::string CHostConfiguration::LockFile()
     SHostServices services;
     services.AppSettings = &Settings;
     const CScopedServices installed(services);
-    return GetLockFilePath();
+    const std::string path = GetLockFilePath();
+    Settings.Override("runtime/LockFileName", FromStart(path), 1);
+    return path;
 }
 
 CHostSession::CHostSession(const SOptions& options, CHostConfiguration& configuration, CUserInput& input,
@@ -89,10 +91,10 @@ CHostSession::CHostSession(const SOptions& options, CHostConfiguration& configur
     Services.ExecutionType = options.executionType;
     Services.TestSuiteMode = options.debug ? MODE_DEBUG : MODE_NORMAL;
     Services.LogVerbosity = options.logLevel;
-    Services.LibraryPath.push_back(QFileInfo(QFile::decodeName(suite.c_str())).absolutePath().toStdString());
+    Services.LibraryPath.push_back(std::filesystem::path(FromStart(suite)).parent_path().string());
     for (const std::string& folder : options.libraryPath)
     {
-        Services.LibraryPath.push_back(Absolute(folder));
+        Services.LibraryPath.push_back(FromStart(folder));
     }
 }
 

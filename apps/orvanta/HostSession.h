@@ -19,8 +19,8 @@ class CHostConfiguration
 public:
     explicit CHostConfiguration(const SOptions& options);
 
-    /// Where the execution lock is; settings without one are given it. Throws `ZKRunTimeException` when they cannot be
-    /// written.
+    /// Where the execution lock is, which holds for this call from then on; settings without one are given it. Throws
+    /// `ZKRunTimeException` when they cannot be written.
     std::string LockFile();
 
     CAppSettings Settings;

@@ -6,6 +6,7 @@
 #include <Orvanta/CallTree.h>
 #include <Orvanta/TestSuiteNode.h>
 
+#include <array>
 #include <atomic>
 #include <csignal>
 #include <string_view>
@@ -66,28 +67,67 @@ void Settle(int requests)
     }
 }
 
-void Handle(void (*handler)(int))
+struct SSignal
 {
-    struct sigaction action
+    int number;
+    void (*handler)(int); ///< during a run
+    struct sigaction users;
+};
+
+std::array g_Signals{SSignal{SIGINT, RequestAbort, {}}, SSignal{SIGTERM, RequestAbort, {}},
+                     SSignal{SIGPIPE, SIG_IGN, {}}};
+sigset_t g_UsersMask;
+
+/// Sets the run's own handlers where others are in place.
+void HandleSignals()
+{
+    sigset_t mask;
+    sigemptyset(&mask);
+    for (const SSignal& signal : g_Signals)
     {
-    };
-    action.sa_handler = handler;
-    sigemptyset(&action.sa_mask);
-    // Test functions may be in the middle of a system call; they need not know of the request.
-    action.sa_flags = SA_RESTART;
-    for (const int signal : {SIGINT, SIGTERM})
-    {
-        struct sigaction before
+        struct sigaction action
         {
         };
-        sigaction(signal, nullptr, &before);
-        if (before.sa_handler != SIG_IGN)
+        sigaction(signal.number, nullptr, &action);
+        const auto handler = signal.users.sa_handler == SIG_IGN ? SIG_IGN : signal.handler;
+        if (action.sa_handler != handler)
         {
-            sigaction(signal, &action, nullptr);
+            action = {};
+            action.sa_handler = handler;
+            // Test functions may be in the middle of a system call; they need not know of the request.
+            action.sa_flags = SA_RESTART;
+            sigaction(signal.number, &action, nullptr);
         }
+        if (sigismember(&g_UsersMask, signal.number) == 0)
+        {
+            sigaddset(&mask, signal.number);
+        }
+    }
+    pthread_sigmask(SIG_UNBLOCK, &mask, nullptr);
+}
+
+void RestoreSignals()
+{
+    for (const SSignal& signal : g_Signals)
+    {
+        sigaction(signal.number, &signal.users, nullptr);
     }
 }
 } // namespace
+
+CUserSignals::CUserSignals()
+{
+    for (SSignal& signal : g_Signals)
+    {
+        sigaction(signal.number, nullptr, &signal.users);
+    }
+    pthread_sigmask(SIG_SETMASK, nullptr, &g_UsersMask);
+}
+
+CUserSignals::~CUserSignals()
+{
+    RestoreSignals();
+}
 
 CInterrupt::CInterrupt(CTestSuiteLog& suiteLog, const CTestSuiteNode& root)
     : m_SuiteLog(suiteLog)
@@ -97,12 +137,12 @@ CInterrupt::CInterrupt(CTestSuiteLog& suiteLog, const CTestSuiteNode& root)
                      [this](ERunState) { m_StateChanged = true; });
     g_Requests = 0;
     g_Update = &CAppState::Services().UIUpdate;
-    Handle(RequestAbort);
+    HandleSignals();
 }
 
 CInterrupt::~CInterrupt()
 {
-    Handle(SIG_DFL);
+    RestoreSignals();
     g_Update = nullptr;
 }
 
@@ -113,6 +153,10 @@ bool CInterrupt::Happened()
 
 void CInterrupt::OutputFlushed(bool complete)
 {
+    if (!complete)
+    {
+        HandleSignals();
+    }
     const int requests = g_Requests;
     if (requests > 0)
     {

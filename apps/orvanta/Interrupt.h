@@ -7,11 +7,23 @@
 class CTestSuiteLog;
 class CTestSuiteNode;
 
+/// What the user's signals did when the program was started. Owned by the command, made before any test code runs; puts
+/// them back when it dies.
+class CUserSignals
+{
+public:
+    CUserSignals();
+    ~CUserSignals();
+    CUserSignals(const CUserSignals&) = delete;
+    CUserSignals& operator=(const CUserSignals&) = delete;
+};
+
 /// Ctrl-C (or SIGTERM) while it lives. Once: the run counts as aborted and stops before the next node; the exit group
-/// still runs, its prompts included. Twice, whenever the second one came: the exit group stops before its next node
-/// too. The third time ends the process. The abort is raised only at the flush that opens a node's run, never at one
-/// that follows a change of state, so that no handler, summary or lock release is cut short. Lives for one run; the log
-/// and the tree outlive it.
+/// still runs, its prompts included. Twice, even within one call: the exit group stops before its next node too. The
+/// third time ends the process. The abort is raised only at the flush that opens a node's run, never at one that
+/// follows a change of state, so that no handler, summary or lock release is cut short. A signal that test code
+/// ignores, blocks or handles itself is taken back before the next node; one that the user had ignored stays so. Lives
+/// for one run; signals, log and tree outlive it.
 class CInterrupt : public CHostListener
 {
 public:

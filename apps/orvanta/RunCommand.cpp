@@ -361,6 +361,7 @@ EExitCode CheckFiles(const SOutputs& outputs, EExitCode code)
 
 EExitCode RunSuites(const SOptions& options)
 {
+    const CUserSignals signals;
     std::optional<CHostConfiguration> configuration;
     std::optional<SOutputs> outputs;
     std::optional<CPromptDialogs> dialogs;

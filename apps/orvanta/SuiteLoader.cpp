@@ -1,5 +1,6 @@
 #include "SuiteLoader.h"
 
+#include "StartFolder.h"
 #include "Terminal.h"
 
 #include <CoreKit/CatchLadder.h>
@@ -204,9 +205,10 @@ SLoadedSuite LoadSuite(const std::string& file, bool keepMode)
 {
     SLoadedSuite suite;
     suite.file = file;
-    const QString path = QFile::decodeName(file.c_str());
+    const std::string absolute = FromStart(file);
+    const QString path = QFile::decodeName(absolute.c_str());
     const ETestSuiteAccessType access = CDOMDocTestSuite::ShouldLoad(path);
-    if (const std::string rule = RuleAgainst(file, access); !rule.empty())
+    if (const std::string rule = RuleAgainst(absolute, access); !rule.empty())
     {
         suite.problems.push_back({0, 0, "error", rule});
         return suite;
@@ -215,7 +217,7 @@ SLoadedSuite LoadSuite(const std::string& file, bool keepMode)
     suite.state->Initialize();
     if (!suite.state->IsValid())
     {
-        suite.problems = DocumentProblems(*suite.state, file);
+        suite.problems = DocumentProblems(*suite.state, absolute);
         return suite;
     }
     suite.state->Activate(nullptr);

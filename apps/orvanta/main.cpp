@@ -3,6 +3,7 @@
 #include "Options.h"
 #include "RunCommand.h"
 #include "SchemaCommand.h"
+#include "StartFolder.h"
 #include "Terminal.h"
 
 #include <CoreKit/CatchLadder.h>
@@ -92,6 +93,7 @@ EExitCode CheckOutput(EExitCode code)
 int main(int argc, char** argv)
 {
     PrepareStandardStreams();
+    RememberStartFolder();
     for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
     {
         WaitForReaderOf(stream);

@@ -2,6 +2,7 @@
 #include <CoreKit/Format.h>
 #include <CoreKit/SimpleBuffer.h>
 
+#include <clocale>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
@@ -10,6 +11,30 @@
 namespace
 {
 constexpr std::size_t FIRST_SIZE = 512;
+
+/// While it lives, numbers look as they do in C, and wide texts become UTF-8, whatever locale the process has: test
+/// code may set another.
+class CPlainLocale
+{
+public:
+    CPlainLocale()
+        : m_Before(uselocale(Plain()))
+    {
+    }
+    ~CPlainLocale() { uselocale(m_Before); }
+    CPlainLocale(const CPlainLocale&) = delete;
+    CPlainLocale& operator=(const CPlainLocale&) = delete;
+
+private:
+    static locale_t Plain()
+    {
+        static const locale_t c = newlocale(LC_ALL_MASK, "C", nullptr);
+        static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+        return utf8 ? utf8 : c;
+    }
+
+    locale_t m_Before;
+};
 
 std::size_t Checked(int length)
 {
@@ -25,6 +50,7 @@ CSafeString FormatFilledV(char fill, std::size_t count, const char* format, std:
 {
     thread_local CSimpleBuffer buffer;
 
+    const CPlainLocale locale;
     std::va_list again;
     va_copy(again, arguments);
     const CArgumentsEnd end(again);

@@ -93,14 +93,15 @@ std::string ReadAll(const std::string& path)
     return bytes.toStdString();
 }
 
-void WriteAll(const std::string& path, const std::string& text)
+/// `path` is how the file was named, `target` where it is.
+void WriteAll(const std::string& path, const std::string& target, const std::string& text)
 {
-    const QString folder = QFileInfo(ToQString(path)).absolutePath();
+    const QString folder = QFileInfo(ToQString(target)).absolutePath();
     if (!QDir().mkpath(folder))
     {
         Fail("write", path, QStringLiteral("its folder cannot be made"));
     }
-    if (const std::string reason = ReplaceFile(path, text); !reason.empty())
+    if (const std::string reason = ReplaceFile(target, text); !reason.empty())
     {
         Fail("write", path, ToQString(reason));
     }
@@ -115,6 +116,7 @@ CAppSettings::CAppSettings()
 CAppSettings::CAppSettings(const std::string& path)
     : m_File(std::make_unique<SFile>())
     , m_Path(path)
+    , m_Target(QFileInfo(ToQString(path)).absoluteFilePath().toStdString())
 {
     if (!QFileInfo::exists(ToQString(path)))
     {
@@ -169,7 +171,7 @@ void CAppSettings::SyncSettings()
     {
         throw std::bad_alloc();
     }
-    WriteAll(m_Path, text + m_File->trailer);
+    WriteAll(m_Path, m_Target, text + m_File->trailer);
     m_Changed = false;
 }
 

@@ -38,7 +38,8 @@ public:
 private:
     struct SFile;
     std::unique_ptr<SFile> m_File;
-    std::string m_Path;
+    std::string m_Path;   ///< as it was named; empty: in memory only
+    std::string m_Target; ///< absolute
     std::map<std::string, std::string> m_Overrides;
     bool m_Changed = false;
 };

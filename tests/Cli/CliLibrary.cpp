@@ -1,5 +1,6 @@
 #include <zk/test.hpp>
 
+#include <clocale>
 #include <csignal>
 #include <cstdlib>
 #include <new>
@@ -38,6 +39,17 @@ int ForkedExitCode()
     return status;
 }
 
+/// Leaves no signal that ends a program as it was.
+bool TakeSignals()
+{
+    std::signal(SIGINT, SIG_IGN);
+    std::signal(SIGPIPE, SIG_DFL);
+    sigset_t terminate;
+    sigemptyset(&terminate);
+    sigaddset(&terminate, SIGTERM);
+    return sigprocmask(SIG_BLOCK, &terminate, nullptr) == 0;
+}
+
 /// A library whose initialiser does not come back.
 [[maybe_unused]] const bool g_Loaded = []
 {
@@ -60,6 +72,11 @@ ZK_TEST(Throws) { throw std::runtime_error("out of cheese"); }
 ZK_TEST(ExhaustsMemory) { throw std::bad_alloc(); }
 ZK_TEST(Aborts) { zk_abort("the operator went home"); }
 ZK_TEST(Interrupts) { return std::raise(SIGINT) == 0; }
+ZK_TEST(Terminates) { return std::raise(SIGTERM) == 0; }
+ZK_TEST(TakesSignals) { return TakeSignals(); }
+ZK_TEST(ChangesFolder) { return chdir("/") == 0; }
+ZK_TEST(SpeaksGerman) { return std::setlocale(LC_ALL, "de_DE.UTF-8") && *std::localeconv()->decimal_point == ','; }
+ZK_TEST(LogsNumber) { zk_log(3, "half is %.1f", 0.5); return true; }
 ZK_TEST(Exits) { std::exit(0); }
 ZK_TEST(QuickExits) { std::quick_exit(0); }
 ZK_TEST(Forks) { return ForkedExitCode() == 0; }

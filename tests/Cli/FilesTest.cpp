@@ -219,7 +219,8 @@ TEST_F(CFilesTest, AnOutputThatIsAnythingElseByAnyNameIsRefusedUntouched)
 
 TEST_F(CFilesTest, ClosedStandardStreamsDoNotSpoilTheRecord)
 {
-    const std::string call = "'" ORVANTA_PROGRAM "' " + RUN + "--record r " + Suite(Call("Passes"));
+    const std::string call =
+        "'" ORVANTA_PROGRAM "' " + RUN + "--record r " + Suite(Call("TakesSignals") + Call("Passes"));
     for (const char* redirection : {" >&- 2>&-", " | true"})
     {
         SCOPED_TRACE(redirection);

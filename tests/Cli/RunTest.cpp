@@ -1,5 +1,7 @@
 #include "CliFixture.h"
 
+#include <regex>
+
 namespace
 {
 using CRunTest = CCliTest;
@@ -31,6 +33,9 @@ TEST_F(CRunTest, ExitCodeAndHeadlineSayWhatBecameOfTheRun)
         {Call("Passes") + Call("Aborts"), "", 2, "Test suite Aborted!"},
         {R"(<x:InfoPopup text="Shut?"/>)", "", 2, "Aborted: The prompt \"Shut?\" cannot be answered: there is no terminal, and no list of answers (--answers).\n"},
         {Call("Interrupts"), "", 2, "Test suite Aborted!"},
+        {Call("Terminates"), "", 2, "Test suite Aborted!"},
+        {Call("TakesSignals") + Call("Interrupts"), "", 2, "Test suite Aborted!"},
+        {Call("TakesSignals") + Call("Terminates"), "", 2, "Test suite Aborted!"},
         {Call("Exits"), "", 3, "Test: Exits"},
         {Call("QuickExits"), "", 3, "Test: QuickExits"},
         {Call("Forks"), "", 0, "Test suite Passed!"},
@@ -58,6 +63,35 @@ TEST_F(CRunTest, AMissingLibraryFailsWithWhatWasTried)
     EXPECT_EQ(outcome.code, 1);
     EXPECT_PRED2(Contains, outcome.out, Path("libCliLibrary.so") + ": no such file");
     EXPECT_PRED2(Contains, outcome.out, Path("elsewhere/libCliLibrary.so") + ": no such file");
+}
+
+TEST_F(CRunTest, WhatATestDoesToTheProcessStaysOutOfTheRun)
+{
+    Write("settings.ini", "[runtime]\nLockFileName=lock\n");
+    Write("answers.json", R"([{"answer": "ok"}, {"answer": "ok"}])");
+    const std::string info = "<x:InfoPopup text=\"Well?\"/>";
+    Suite(Call("ChangesFolder") + Call("TakesSignals") + Call("SpeaksGerman") + Call("LogsNumber") + info, "",
+          "first.xml");
+    Suite(info + Call("Interrupts") + Call("Passes"), "", "second.xml");
+    ASSERT_EQ(
+        Shell("mkdir below; ln -s " ORVANTA_LIBRARY_FOLDER " below/libs; localedef -f UTF-8 -i de_DE ./de_DE.UTF-8")
+            .code,
+        0);
+    const std::string command = "LOCPATH=$PWD '" ORVANTA_PROGRAM "' run --settings settings.ini -L ./below/libs"
+                                " --answers answers.json --save-answers saved.json --record r first.xml second.xml";
+    const SOutcome outcome = Shell(command);
+    EXPECT_EQ(outcome.code, 2) << outcome.out << outcome.err;
+    EXPECT_PRED2(Contains, outcome.out, "half is 0.5\n");
+    EXPECT_PRED2(Contains, outcome.out, "first.xml: Passed\n  5 executed; 4 tests: 4 passed");
+    EXPECT_TRUE(
+        std::regex_search(outcome.out, std::regex("second.xml: aborted by the operator\n.*; \\d+\\.\\d{3} s\n")))
+        << outcome.out;
+    EXPECT_EQ(Ran(), "/0/0 /1/0 /1/1 /1/2 /1/3 /2/0 /0/0 /1/1 /2/0 ");
+    EXPECT_EQ(TJson::parse(Read("saved.json")).size(), 2U);
+    EXPECT_EQ(Read("lock"), "") << "the lock of the second run was another, or stays";
+
+    const SOutcome ignored = Shell("trap '' INT; " + command);
+    EXPECT_EQ(ignored.code, 0) << "the user had Ctrl-C ignored" << ignored.out;
 }
 
 TEST_F(CRunTest, ALibraryThatEndsTheProcessWhileItIsLoadedIsNoSuccess)
