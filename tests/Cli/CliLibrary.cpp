@@ -39,6 +39,22 @@ int ForkedExitCode()
     return status;
 }
 
+/// Forks a process that outlives the run, with all that it inherited but the standard streams.
+bool LeaveChild()
+{
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        {
+            close(stream);
+        }
+        sleep(5);
+        _exit(0);
+    }
+    return child > 0;
+}
+
 /// Leaves no signal that ends a program as it was.
 bool TakeSignals()
 {
@@ -79,6 +95,7 @@ ZK_TEST(SpeaksGerman) { return std::setlocale(LC_ALL, "de_DE.UTF-8") && *std::lo
 ZK_TEST(LogsNumber) { zk_log(3, "half is %.1f", 0.5); return true; }
 ZK_TEST(Exits) { std::exit(0); }
 ZK_TEST(QuickExits) { std::quick_exit(0); }
+ZK_TEST(LeavesChild) { return LeaveChild(); }
 ZK_TEST(Forks) { return ForkedExitCode() == 0; }
 ZK_TEST(LogsOddBytes) { zk_log(3, "odd \xFF and \033[31mred"); return true; }
 ZK_TEST(Hangs) { AwaitInterrupt("hanging"); return true; }

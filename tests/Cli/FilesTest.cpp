@@ -180,7 +180,10 @@ TEST_F(CFilesTest, ARunHoldsTheLockUntilItIsKilledAndItsRecordStands)
     first->waitForFinished();
     EXPECT_EQ(Record().back().at("text"), "hanging");
     EXPECT_EQ(Digest(Events("state").back()), "state /1/0 x:Function executing\n");
-    EXPECT_EQ(Run("--record r " + passing).code, 0) << "the locks of a killed run stay";
+    for (const std::string& suite : {Suite(Call("LeavesChild")), passing})
+    {
+        EXPECT_EQ(Run("--record r " + suite).code, 0) << "the locks of a run that is over stay";
+    }
     EXPECT_EQ(Record().back().at("passed"), true);
 }
 
@@ -276,6 +279,10 @@ TEST_F(CFilesTest, ARecordOrLogThatCannotBeCompletedIsNoSuccess)
         EXPECT_PRED2(Contains, outcome.out, "Test suite Passed!");
     }
     EXPECT_EQ(Run("--record /dev/full " + Suite(Call("ReturnsFalse"))).code, 1);
+
+    const std::string limited = "trap '' XFSZ; ulimit -f 1; '" ORVANTA_PROGRAM "' " + RUN + "--record r suite.xml";
+    EXPECT_EQ(Shell(limited).code, 1);
+    EXPECT_GE(Record().size(), 4U) << "and each of them is whole";
 }
 
 TEST_F(CFilesTest, AFullDiskLeavesSettingsAndSavedAnswersAsTheyWere)

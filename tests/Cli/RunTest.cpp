@@ -121,7 +121,11 @@ TEST_F(CRunTest, OfSeveralSuitesTheGravestCodeCountsAndEachStartsAfresh)
     Suite(Call("ReturnsFalse"), "", "failing.xml");
     Suite(Call("Aborts"), "", "aborting.xml");
     EXPECT_EQ(Run("failing.xml missing.xml passing.xml").code, 6);
-    EXPECT_EQ(Run("missing.xml aborting.xml failing.xml").code, 2);
+    const SOutcome aborted = Run("--record r missing.xml aborting.xml failing.xml passing.xml");
+    EXPECT_EQ(aborted.code, 2);
+    EXPECT_PRED2(Contains, aborted.err, "orvanta: aborted; 2 of the suites named were not run\n");
+    EXPECT_EQ(Events("suite-load").size(), 2U);
+    EXPECT_EQ(Events("run-start").size(), 1U);
     EXPECT_EQ(Run("--record r failing.xml passing.xml").code, 1);
     std::string runs;
     for (const TJson& end : Events("run-end"))
