@@ -2,19 +2,16 @@
 
 #include <Orvanta/TestSuiteNode.h>
 
-#include <algorithm>
-#include <span>
 #include <sstream>
+#include <string_view>
 
 #include <fnmatch.h>
 
 namespace
 {
-using TParts = std::vector<std::string>;
-
-TParts Split(const std::string& text)
+std::vector<std::string> Split(const std::string& text)
 {
-    TParts parts;
+    std::vector<std::string> parts;
     std::istringstream stream(text);
     for (std::string part; std::getline(stream, part, '/');)
     {
@@ -23,65 +20,141 @@ TParts Split(const std::string& text)
     return parts;
 }
 
-/// What a node may be called: its label and its name, else its element.
-TParts NamesOf(const CNode& node)
+/// A pattern that is followed down a tree: a node's state is the set of the parts that may match its children.
+class CPattern
 {
-    TParts names;
-    for (const QString& attribute : {QStringLiteral("label"), QStringLiteral("name")})
+public:
+    /// One flag for each part, and one more for a match of them all.
+    using TState = std::vector<bool>;
+
+    explicit CPattern(const std::string& pattern)
+        : m_IsPath(pattern.starts_with('/'))
+        , m_Parts(Split(m_IsPath ? pattern.substr(1) : pattern))
     {
-        if (const std::string text = node.Attribute(attribute); !text.empty())
+    }
+
+    TState Root() const
+    {
+        TState state(m_Parts.size() + 1);
+        Reach(state, 0);
+        return state;
+    }
+
+    /// The state of a node below one with the state `parent`.
+    TState Child(const TState& parent, const SNodeInfo& node) const
+    {
+        TState state(m_Parts.size() + 1);
+        for (std::size_t part = 0; part < m_Parts.size(); ++part)
         {
-            names.push_back(text);
+            if (!parent[part])
+            {
+                continue;
+            }
+            if (IsAnyLevels(part))
+            {
+                Reach(state, part);
+            }
+            else if (Fits(m_Parts[part], node))
+            {
+                Reach(state, part + 1);
+            }
+        }
+        return state;
+    }
+
+    /// The root has a path but no name.
+    bool Matches(const TState& state, bool isRoot) const { return state.back() && (m_IsPath || !isRoot); }
+
+private:
+    bool IsAnyLevels(std::size_t part) const { return part < m_Parts.size() && m_Parts[part] == "**"; }
+
+    /// Any number of levels may be none.
+    void Reach(TState& state, std::size_t part) const
+    {
+        state[part] = true;
+        while (IsAnyLevels(part))
+        {
+            state[++part] = true;
         }
     }
-    return names.empty() ? TParts{node.TypeName().c_str()} : names;
+
+    /// Whether a part matches a node's index among its siblings, or its label or name, or its element when it has
+    /// neither.
+    bool Fits(const std::string& part, const SNodeInfo& node) const
+    {
+        const auto matches = [&part](const char* name) { return fnmatch(part.c_str(), name, 0) == 0; };
+        if (m_IsPath)
+        {
+            return matches(node.path.c_str() + node.path.rfind('/') + 1);
+        }
+        if (node.label.empty() && node.name.empty())
+        {
+            return matches(node.element.c_str());
+        }
+        return (!node.label.empty() && matches(node.label.c_str())) ||
+            (!node.name.empty() && matches(node.name.c_str()));
+    }
+
+    bool m_IsPath;
+    std::vector<std::string> m_Parts;
+};
+
+/// A node on the way from the root to the one that is looked at.
+struct SStep
+{
+    CNode* node;
+    CPattern::TState state;
+    bool isSet; ///< by a match here or above
+    bool hasSetBelow = false;
+};
+
+/// Takes the last step back. By then all below it are set, so that its own check mark can follow them.
+void StepBack(std::vector<SStep>& way)
+{
+    const auto [node, state, isSet, hasSetBelow] = std::move(way.back());
+    way.pop_back();
+    if (hasSetBelow)
+    {
+        node->SetSelected(node->AllDescendantsChecked(), static_cast<ESelectOption>(SELECT_NOT_DOWN | SELECT_NOT_UP));
+    }
+    if (!way.empty() && (isSet || hasSetBelow))
+    {
+        way.back().hasSetBelow = true;
+    }
 }
 
-/// The names of the nodes from below the root down to a node.
-std::vector<TParts> NamePath(const CNode& node)
+/// Selects or deselects what matches and can be selected; false when nothing does. The outcome is that of `SetSelected`
+/// for each match in document order, but each node is set once by what is above it and once by what is below.
+bool Apply(const CPattern& pattern, bool select, const std::vector<SDescribedNode>& nodes)
 {
-    std::vector<TParts> path;
-    for (const CNode* step = &node; step->ParentNode(); step = step->ParentNode())
+    std::vector<SStep> way;
+    bool matched = false;
+    for (const auto& [node, info] : nodes)
     {
-        path.insert(path.begin(), NamesOf(*step));
+        while (!way.empty() && way.back().node != node->ParentNode())
+        {
+            StepBack(way);
+        }
+        const bool isRoot = way.empty();
+        const bool isSelectable = node->IsSelectable();
+        SStep step{node, isRoot ? pattern.Root() : pattern.Child(way.back().state, info),
+                   !isRoot && way.back().isSet && isSelectable};
+        if (isSelectable && pattern.Matches(step.state, isRoot))
+        {
+            matched = true;
+            if (!step.isSet)
+            {
+                node->SetSelected(select, SELECT_NOT_UP);
+                step.isSet = true;
+            }
+        }
+        way.push_back(std::move(step));
     }
-    return path;
-}
-
-bool Matches(std::span<const std::string> pattern, std::span<const TParts> path)
-{
-    if (pattern.empty())
+    while (!way.empty())
     {
-        return path.empty();
+        StepBack(way);
     }
-    if (pattern.front() == "**")
-    {
-        return Matches(pattern.subspan(1), path) || (!path.empty() && Matches(pattern, path.subspan(1)));
-    }
-    const auto fits = [&](const std::string& name) { return fnmatch(pattern.front().c_str(), name.c_str(), 0) == 0; };
-    return !path.empty() && std::any_of(path.front().begin(), path.front().end(), fits) &&
-        Matches(pattern.subspan(1), path.subspan(1));
-}
-
-/// A node's path as parts that match like names: "/1/0" is {"1"}, {"0"}.
-std::vector<TParts> IndexPath(const std::string& path)
-{
-    std::vector<TParts> parts;
-    for (const std::string& index : Split(path.substr(1)))
-    {
-        parts.push_back({index});
-    }
-    return parts;
-}
-
-bool Matches(const std::string& pattern, const SDescribedNode& described)
-{
-    if (pattern.starts_with('/'))
-    {
-        return Matches(Split(pattern.substr(1)), IndexPath(described.info.path));
-    }
-    const std::vector<TParts> path = NamePath(*described.node);
-    return !path.empty() && Matches(Split(pattern), path);
+    return matched;
 }
 } // namespace
 
@@ -97,16 +170,7 @@ std::vector<std::string> ApplySelection(CTestSuiteNode& root, const std::vector<
             root.SetSelected(false, SELECT_ALL);
             isFirstSelect = false;
         }
-        bool matched = false;
-        for (const SDescribedNode& described : nodes)
-        {
-            if (described.node->IsSelectable() && Matches(pattern, described))
-            {
-                described.node->SetSelected(select, SELECT_ALL);
-                matched = true;
-            }
-        }
-        if (!matched)
+        if (!Apply(CPattern(pattern), select, nodes))
         {
             unmatched.push_back(pattern);
         }

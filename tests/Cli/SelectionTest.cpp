@@ -12,8 +12,9 @@ const char* const ALL = "/1/0 /1/1/0 /1/1/1 /1/2 /2/0 ";
 class CSelectionTest : public CCliTest
 {
 protected:
-    /// The paths of the functions below the groups that `orvanta list` shows with a mark, each followed by a blank.
-    std::string Marked(const std::string& options) const
+    /// The paths of the nodes of one element in the groups that `orvanta list` shows with a mark, each followed by a
+    /// blank.
+    std::string Marked(const std::string& options, const char* element = "x:Function") const
     {
         std::string paths;
         const TJson suites = TJson::parse(Orvanta("list --json suite.xml " + options).out);
@@ -21,7 +22,7 @@ protected:
         {
             const std::string path = node.at("path");
             const bool isOutside = path.starts_with("/0") || path.starts_with("/3");
-            paths += node.at("element") == "x:Function" && !isOutside && node.at("selected") ? path + ' ' : "";
+            paths += node.at("element") == element && !isOutside && node.at("selected") ? path + ' ' : "";
         }
         return paths;
     }
@@ -40,7 +41,10 @@ TEST_F(CSelectionTest, PatternsChooseWhatRunsInTheOrderGiven)
         {"-t Main/*/Warns", "/1/1/1 "},
         {"-t */?ass*", "/1/0 /2/0 "},
         {"-t Main/**/Warns", "/1/1/1 /1/2 "},
+        {"-t Main/**/**/Warns/**", "/1/1/1 /1/2 "},
         {"-t **", ALL},
+        {"-T **/*n*/Warns", "/1/0 /1/1/0 /2/0 "},
+        {"-t /** -T /1/**/1", "/1/0 /1/2 /2/0 "},
         {"-t Other -t /1/0", "/1/0 /2/0 "},
         {"-T Main/Inner", "/1/0 /1/2 /2/0 "},
         {"-T /1/2 -t Main/Inner", "/1/1/0 /1/1/1 "},
@@ -55,6 +59,36 @@ TEST_F(CSelectionTest, PatternsChooseWhatRunsInTheOrderGiven)
         EXPECT_EQ(Ran(), "/0/0 " + std::string(ran) + "/3/0 ");
         EXPECT_EQ(Marked(options), ran);
     }
+}
+
+TEST_F(CSelectionTest, AGroupIsMarkedWhileAllBelowItIs)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"", "/1 /1/1 /2 "},        {"-t **/Passes", "/2 "},       {"-t Main/Inner/*", "/1/1 "},
+        {"-t Main/** -T Main", ""}, {"-T Main/First", "/1/1 /2 "}, {"-T Main/** -t Main/* -t Other", "/1 /1/1 /2 "},
+    };
+    Suite(BODY);
+    for (const auto& [options, groups] : rows)
+    {
+        EXPECT_EQ(Marked(options, "x:Group"), groups) << options;
+    }
+}
+
+TEST_F(CSelectionTest, LongPatternsAndManyNodesTakeNoLonger)
+{
+    std::string deep = Call("Passes");
+    for (int level = 0; level < 60; ++level)
+    {
+        deep = "<x:Group name=\"a\">" + deep + "</x:Group>";
+    }
+    std::string flat;
+    for (int i = 0; i < 20000; ++i)
+    {
+        flat += Call("Passes");
+    }
+    Suite(deep + flat);
+    EXPECT_EQ(Orvanta("list suite.xml -T **/a/**/a/**/a/**/a/**/a/**/b").code, 5);
+    EXPECT_EQ(Orvanta("list suite.xml -t **/Passes").code, 0);
 }
 
 TEST_F(CSelectionTest, WhereNothingIsSelectedNothingPasses)
