@@ -18,13 +18,18 @@ void CutTo(std::string& text, std::size_t characters)
 
 void CProgress::NodeStateChanged(const SNodeInfo& node, ERunState state)
 {
+    // Nodes that an abort left are never told to have ended.
+    while (!m_Running.empty() && m_Running.back() != &node && !IsBelow(node, *m_Running.back()))
+    {
+        m_Running.pop_back();
+    }
     if (state == RS_EXECUTING)
     {
         m_Running.push_back(&node);
     }
-    else
+    else if (!m_Running.empty() && m_Running.back() == &node)
     {
-        m_Running.erase(std::remove(m_Running.begin(), m_Running.end(), &node), m_Running.end());
+        m_Running.pop_back();
     }
     Draw();
 }

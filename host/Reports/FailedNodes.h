@@ -7,7 +7,7 @@
 #include <vector>
 
 /// Says which nodes ended failed, the innermost of each failure: the one place where a test function that returned
-/// false without a word, or a prompt without an answer, shows. Owned by the host.
+/// false without a word, or a prompt without an answer, shows. Owned by the host; the nodes' descriptions outlive it.
 class REPORTS_EXPORT CFailedNodes : public CNodeStateListener
 {
 public:
@@ -17,7 +17,16 @@ public:
     void NodeStateChanged(const SNodeInfo& node, ERunState state) override;
 
 private:
+    struct SRunning
+    {
+        const SNodeInfo* node;
+        bool isSaid; ///< that something failed here or below
+    };
+
+    void EndInnermost();
+    void Say(const SNodeInfo& node) const;
+
     std::string m_File;
     std::function<void(const std::string& line)> m_Say;
-    std::vector<std::string> m_Said; ///< failed nodes whose parents have not ended yet
+    std::vector<SRunning> m_Running; ///< the innermost last
 };

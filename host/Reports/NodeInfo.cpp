@@ -23,6 +23,12 @@ void DescribeBelow(CNode& node, const std::string& path, const CDOMDoc& document
 }
 } // namespace
 
+bool IsBelow(const SNodeInfo& node, const SNodeInfo& ancestor)
+{
+    const std::size_t length = ancestor.path == "/" ? 0 : ancestor.path.size();
+    return node.path.size() > length + 1 && node.path.starts_with(ancestor.path) && node.path[length] == '/';
+}
+
 std::vector<SDescribedNode> DescribeTree(CNode& root, const CDOMDoc& document)
 {
     std::vector<SDescribedNode> nodes;

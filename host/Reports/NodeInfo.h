@@ -20,6 +20,9 @@ struct SNodeInfo
     std::uint64_t line = 0; ///< in the suite file
 };
 
+/// Whether a node stands somewhere below another one of the same tree.
+REPORTS_EXPORT bool IsBelow(const SNodeInfo& node, const SNodeInfo& ancestor);
+
 /// A node of a tree with its description. The node is not owned.
 struct SDescribedNode
 {
