@@ -7,6 +7,7 @@
 #include "TerminalListener.h"
 
 #include <CoreKit/CatchLadder.h>
+#include <CoreKit/PrintableText.h>
 #include <HostKit/ScriptedUserInput.h>
 #include <Orvanta/DOMDocTestSuite.h>
 #include <Reports/NodeInfo.h>
@@ -70,13 +71,14 @@ void PrintNode(const SDescribedNode& described, std::size_t pathWidth, std::size
     std::string line =
         std::string(mark) + ' ' + Padded(info.path, pathWidth) + ' ' + Padded(info.element, elementWidth);
     const std::size_t column = Width(line) + 1;
-    for (const std::string& text : {info.name, info.label.empty() ? "" : '"' + info.label + '"'})
+    for (const std::string& raw : {info.name, info.label.empty() ? "" : '"' + info.label + '"'})
     {
+        const std::string text = PrintableLine(raw);
         const bool fits = Width(line) + 1 + Width(text) <= LINE_WIDTH || Width(line) < column;
         line += text.empty() ? "" : (fits ? " " : '\n' + std::string(column, ' ')) + text;
     }
     line.erase(line.find_last_not_of(' ') + 1);
-    std::printf("%s\n", Printable(line).c_str());
+    std::printf("%s\n", line.c_str());
 }
 
 void PrintTree(const SLoadedSuite& suite, const std::vector<SDescribedNode>& nodes)
@@ -88,7 +90,7 @@ void PrintTree(const SLoadedSuite& suite, const std::vector<SDescribedNode>& nod
         pathWidth = std::max(pathWidth, described.info.path.size());
         elementWidth = std::max(elementWidth, described.info.element.size());
     }
-    std::printf("%s\n", Printable(suite.file).c_str());
+    std::printf("%s\n", PrintableLine(suite.file).c_str());
     for (const SDescribedNode& described : nodes)
     {
         PrintNode(described, pathWidth, elementWidth);
@@ -149,7 +151,8 @@ EExitCode ListSuites(const SOptions& options)
     }
     if (options.json)
     {
-        std::printf("%s\n", array.dump(2, ' ', false, TJson::error_handler_t::replace).c_str());
+        const std::string json = array.dump(2, ' ', false, TJson::error_handler_t::replace);
+        std::printf("%s\n", PrintableJson(json).c_str());
     }
     return code;
 }

@@ -1,5 +1,7 @@
 #include "Options.h"
 
+#include "Terminal.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -298,7 +300,7 @@ EExitCode ReportUsage(ECommand command, std::string_view message)
     const auto found = std::find_if(COMMANDS.begin(), COMMANDS.end(),
                                     [&](const SCommand& candidate) { return candidate.command == command; });
     const char* topic = command == ECommand::None ? "" : found->name;
-    std::fprintf(stderr, "orvanta: %.*s\nUsage: %s\nSee 'orvanta help%s%s'.\n", static_cast<int>(message.size()),
-                 message.data(), UsageOf(command), *topic ? " " : "", topic);
+    ReportError(message);
+    std::fprintf(stderr, "Usage: %s\nSee 'orvanta help%s%s'.\n", UsageOf(command), *topic ? " " : "", topic);
     return EExitCode::Usage;
 }

@@ -2,6 +2,8 @@
 
 #include "Terminal.h"
 
+#include <CoreKit/PrintableText.h>
+
 #include <algorithm>
 #include <cstdio>
 
@@ -52,8 +54,7 @@ void CProgress::Draw()
     }
     const SNodeInfo& node = *m_Running.back();
     const std::string& title = !node.label.empty() ? node.label : !node.name.empty() ? node.name : node.element;
-    std::string line = Printable("running " + node.path + "  " + title);
-    std::replace(line.begin(), line.end(), '\n', ' ');
+    std::string line = PrintableLine("running " + node.path + "  " + title);
     std::replace(line.begin(), line.end(), '\t', ' ');
     CutTo(line, TerminalWidth(stderr) - 1);
     std::fflush(stdout);

@@ -245,6 +245,6 @@ void PrintProblems(const SLoadedSuite& suite)
         {
             place += ':' + std::to_string(problem.line) + ':' + std::to_string(problem.column);
         }
-        std::fprintf(stderr, "%s: %s: %s\n", place.c_str(), problem.severity.c_str(), problem.message.c_str());
+        WriteErrorLine(place + ": " + problem.severity + ": " + problem.message);
     }
 }

@@ -1,5 +1,6 @@
 #include "Terminal.h"
 
+#include <CoreKit/PrintableText.h>
 #include <HostKit/FormatInfo.h>
 
 #include <algorithm>
@@ -39,15 +40,6 @@ std::size_t TerminalWidth(std::FILE* stream)
     return ioctl(fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
 }
 
-std::string Printable(std::string_view text)
-{
-    std::string printable(text);
-    std::replace_if(
-        printable.begin(), printable.end(),
-        [](char c) { return (static_cast<unsigned char>(c) < 0x20 && c != '\n' && c != '\t') || c == 0x7F; }, '?');
-    return printable;
-}
-
 std::string EscapeSequence(const CFormatInfo& format)
 {
     std::string sequence;
@@ -78,7 +70,12 @@ std::string EscapeSequence(const CFormatInfo& format)
     return sequence.empty() ? sequence : "\033[" + sequence + 'm';
 }
 
+void WriteErrorLine(std::string_view line)
+{
+    std::fprintf(stderr, "%s\n", PrintableLine(line).c_str());
+}
+
 void ReportError(std::string_view message)
 {
-    std::fprintf(stderr, "orvanta: %.*s\n", static_cast<int>(message.size()), message.data());
+    WriteErrorLine("orvanta: " + std::string(message));
 }

@@ -18,14 +18,14 @@ bool InForce(EWhen when, std::FILE* stream);
 /// How many columns the terminal behind a stream has; 80 when it doesn't say.
 std::size_t TerminalWidth(std::FILE* stream);
 
-/// The text without characters that steer a terminal; line feeds and tabs stay.
-std::string Printable(std::string_view text);
-
 /// The escape sequence that makes a terminal's text look like the format, as far as its own colours go; empty for
 /// plain.
 std::string EscapeSequence(const CFormatInfo& format);
 
 inline constexpr const char* ESCAPE_RESET = "\033[0m";
 
-/// Writes "orvanta: message" to stderr.
+/// Writes one line to stderr, whatever the text holds.
+void WriteErrorLine(std::string_view line);
+
+/// Writes "orvanta: message" to stderr, as one line.
 void ReportError(std::string_view message);

@@ -2,8 +2,11 @@
 
 #include "Terminal.h"
 
+#include <CoreKit/PrintableText.h>
 #include <HostKit/Logger.h>
 #include <HostKit/UserInput.h>
+
+#include <algorithm>
 
 namespace
 {
@@ -13,6 +16,29 @@ constexpr ZKColor GREEN{0, 255, 0, 255};
 const CFormatInfo& FormatOf(const SLogEntry& entry)
 {
     return entry.format ? *entry.format : ZKLogger::GetDefaultFormat(entry.type.status);
+}
+
+/// What the further lines of an entry begin with at least, so that none of them looks like an entry of its own.
+constexpr std::size_t FURTHER_INDENT = 4;
+
+/// An entry for people: its further lines moved in together where one of them stands too far left.
+std::string ShownEntry(std::string_view text)
+{
+    const std::string printable = PrintableText(text);
+    std::size_t least = FURTHER_INDENT;
+    for (std::size_t end = printable.find('\n'); end != std::string::npos; end = printable.find('\n', end + 1))
+    {
+        const std::size_t begin = printable.find_first_not_of(' ', end + 1);
+        least = begin == std::string::npos || printable[begin] == '\n' ? least : std::min(least, begin - end - 1);
+    }
+    std::string shown;
+    for (std::size_t i = 0; i < printable.size(); ++i)
+    {
+        shown += printable[i];
+        const bool isLineBegin = printable[i] == '\n' && i + 1 < printable.size() && printable[i + 1] != '\n';
+        shown.append(isLineBegin ? FURTHER_INDENT - least : 0, ' ');
+    }
+    return shown;
 }
 } // namespace
 
@@ -28,7 +54,7 @@ void CTerminalListener::LogWritten(const SLogEntry& entry)
 {
     if (entry.level <= m_Level)
     {
-        Show(entry.text, FormatOf(entry), entry.type.second != LOG_CONTINUES);
+        Show(ShownEntry(entry.text), FormatOf(entry), entry.type.second != LOG_CONTINUES);
     }
 }
 
@@ -38,7 +64,7 @@ void CTerminalListener::Printed(ELogLevel level, bool line, std::string_view tex
     {
         EndLine();
         const bool ended = text.ends_with('\n');
-        Show(ended ? text.substr(0, text.size() - 1) : text, {}, line || ended);
+        Show(ShownEntry(ended ? text.substr(0, text.size() - 1) : text), {}, line || ended);
     }
 }
 
@@ -47,7 +73,7 @@ void CTerminalListener::TestLogAdded(std::string_view text, bool isTest, bool is
     if (LL_NORMAL <= m_Level && !isSeparator && !text.empty())
     {
         EndLine();
-        Show((isTest ? "Test: " : "Step: ") + std::string(text), {}, true);
+        Show((isTest ? "Test: " : "Step: ") + PrintableLine(text), {}, true);
     }
 }
 
@@ -55,25 +81,25 @@ void CTerminalListener::HeadlineShown(std::string_view text, std::uint32_t empha
 {
     m_Progress.Clear();
     EndLine();
-    Show(text, CFormatInfo(emphasis == UI_EMPHASIS_FAILURE ? RED : GREEN, CFormatInfo::BOLD_STRENGTH), true);
+    Show(PrintableLine(text), CFormatInfo(emphasis == UI_EMPHASIS_FAILURE ? RED : GREEN, CFormatInfo::BOLD_STRENGTH),
+         true);
 }
 
 void CTerminalListener::OperatorAborted(std::string_view text)
 {
     EndLine();
-    Show("Aborted: " + std::string(text), DefaultAbortFormat(), true);
+    Show("Aborted: " + PrintableLine(text), DefaultAbortFormat(), true);
 }
 
 void CTerminalListener::Line(std::string_view text)
 {
     EndLine();
-    Show(text, {}, true);
+    Show(PrintableLine(text), {}, true);
 }
 
-void CTerminalListener::Show(std::string_view text, const CFormatInfo& format, bool endsLine)
+void CTerminalListener::Show(std::string shown, const CFormatInfo& format, bool endsLine)
 {
     m_Progress.Erase();
-    std::string shown = Printable(text);
     const std::string escape = m_Color && !shown.empty() ? EscapeSequence(format) : std::string();
     if (!escape.empty())
     {

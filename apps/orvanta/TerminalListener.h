@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <string>
 
-/// Shows a run to the operator: log entries up to a level, the tests that begin, the headline. Owned by the command;
-/// the stream and the progress line outlive it.
+/// Shows a run to the operator: log entries up to a level, the tests that begin, the headline. The further lines of an
+/// entry are moved in; everything else is one line. Owned by the command; the stream and the progress line outlive it.
 class CTerminalListener : public CHostListener
 {
 public:
@@ -24,7 +24,7 @@ public:
     void Line(std::string_view text);
 
 private:
-    void Show(std::string_view text, const CFormatInfo& format, bool endsLine);
+    void Show(std::string shown, const CFormatInfo& format, bool endsLine);
     void EndLine();
 
     std::FILE* m_Stream;

@@ -1,8 +1,7 @@
 #include "TerminalUserInput.h"
 
-#include "Terminal.h"
-
 #include <CoreKit/Format.h>
+#include <CoreKit/PrintableText.h>
 #include <CoreKit/SafeString.h>
 #include <HostKit/UIUpdate.h>
 
@@ -254,7 +253,7 @@ EUIReturnCode CTerminalUserInput::Ask(std::uint32_t timeout, std::string_view te
 {
     Begin();
     m_Progress.Erase();
-    std::printf("\n%s\n  %s  [%s] Abort\n", Printable(text).c_str(), Printable(choices).c_str(), ABORT_KEY);
+    std::printf("\n%s\n  %s  [%s] Abort\n", PrintableText(text).c_str(), PrintableLine(choices).c_str(), ABORT_KEY);
     std::fflush(stdout);
     const auto deadline =
         timeout == UI_NO_TIMEOUT ? std::nullopt : std::optional(TClock::now() + std::chrono::seconds(timeout));
@@ -282,7 +281,7 @@ EUIReturnCode CTerminalUserInput::Ask(std::uint32_t timeout, std::string_view te
         {
             return Answered(withResult);
         }
-        std::printf("%s\n", Printable(*reason).c_str());
+        std::printf("%s\n", PrintableLine(*reason).c_str());
     }
 }
 

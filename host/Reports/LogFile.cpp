@@ -1,6 +1,7 @@
 #include <Reports/LogFile.h>
 
 #include <CoreKit/Format.h>
+#include <CoreKit/PrintableText.h>
 #include <CoreKit/Time.h>
 
 #include <chrono>
@@ -20,32 +21,32 @@ CLogFile::CLogFile(const std::string& path)
 
 void CLogFile::LogWritten(const SLogEntry& entry)
 {
-    Write(entry.level, StatusName(entry.type.status), entry.text);
+    Write(entry.level, StatusName(entry.type.status), PrintableText(entry.text));
 }
 
 void CLogFile::Printed(ELogLevel level, bool, std::string_view text)
 {
-    Write(level, "print", text);
+    Write(level, "print", PrintableText(text));
 }
 
 void CLogFile::TestLogAdded(std::string_view text, bool isTest, bool isSeparator)
 {
-    Write(LL_ALWAYS, isTest ? "test" : isSeparator ? "part" : "step", text);
+    Write(LL_ALWAYS, isTest ? "test" : isSeparator ? "part" : "step", PrintableLine(text));
 }
 
 void CLogFile::HeadlineShown(std::string_view text, std::uint32_t)
 {
-    Write(LL_ALWAYS, "result", text);
+    Write(LL_ALWAYS, "result", PrintableLine(text));
 }
 
 void CLogFile::OperatorAborted(std::string_view text)
 {
-    Write(LL_ALWAYS, "abort", text);
+    Write(LL_ALWAYS, "abort", PrintableLine(text));
 }
 
 void CLogFile::Note(std::string_view text)
 {
-    Write(LL_ALWAYS, "note", text);
+    Write(LL_ALWAYS, "note", PrintableLine(text));
 }
 
 void CLogFile::Write(ELogLevel level, const char* kind, std::string_view text)

@@ -7,8 +7,9 @@
 
 #include <string>
 
-/// The complete log of a run as plain text: one entry a line with time, level, status and text, further lines of a text
-/// indented below it. Owned by the host. The constructor throws `ZKRunTimeException` when the file cannot be written.
+/// The complete log of a run as plain text: one entry a line with time, level, status and text as `PrintableText` shows
+/// it, further lines of a text indented below it. Owned by the host. The constructor throws `ZKRunTimeException` when
+/// the file cannot be written.
 class REPORTS_EXPORT CLogFile : public CHostListener
 {
 public:
@@ -26,6 +27,7 @@ public:
     void Note(std::string_view text);
 
 private:
+    /// `text` is printable.
     void Write(ELogLevel level, const char* kind, std::string_view text);
 
     CLineFile m_File;

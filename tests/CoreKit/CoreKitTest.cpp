@@ -1,4 +1,5 @@
 #include <CoreKit/Exceptions.h>
+#include <CoreKit/PrintableText.h>
 #include <CoreKit/SimpleBuffer.h>
 #include <CoreKit/Time.h>
 
@@ -57,6 +58,35 @@ TEST(Format, FailureThrowsAndLeavesTheFormatterUsable)
         EXPECT_STREQ(exception.what(), "INTERNAL ERROR - std::vsprintf() failed.");
     }
     EXPECT_EQ(FormatText("%s", "again"), "again");
+}
+
+TEST(PrintableText, ShowsWhatWouldSteerATerminalAndNoTwoTextsAlike)
+{
+    const std::pair<std::string, const char*> rows[] = {
+        {"", ""},
+        {"tab\tstays, \xC3\xA4 \xE2\x82\xAC \xF0\x9F\x98\x80 too",
+         "tab\tstays, \xC3\xA4 \xE2\x82\xAC \xF0\x9F\x98\x80 too"},
+        {"\x1B[31m\r\x7F" + std::string(1, '\0'), R"(\x1B[31m\x0D\x7F\x00)"},
+        {"\u0080\u009B\u009F\u00A0", "\\u0080\\u009B\\u009F\u00A0"},
+        {"\u061C\u200D\u200E\u200F\u2010", "\\u061C\u200D\\u200E\\u200F\u2010"},
+        {"\u2029\u202A\u202E\u202F", "\u2029\\u202A\\u202E\u202F"},
+        {"\u2065\u2066\u2069\u206A", "\u2065\\u2066\\u2069\u206A"},
+        {"\x85\xFF\xC0\x80\xC1\xBF", R"(\x85\xFF\xC0\x80\xC1\xBF)"},
+        {"cut \xE2\x82", R"(cut \xE2\x82)"},
+        {"cut \xE2\x82-", R"(cut \xE2\x82-)"},
+        {"\xE0\x9F\xBF\xED\xA0\x80", R"(\xE0\x9F\xBF\xED\xA0\x80)"},            // overlong; a surrogate
+        {"\xF4\x8F\xBF\xBF\xF4\x90\x80\x80", "\U0010FFFF\\xF4\\x90\\x80\\x80"}, // the last one; beyond
+        {R"(C:\temp \\server \x1b \u12 \)", R"(C:\temp \\server \x1b \u12 \)"},
+        {R"(\x1B \\x1B \u202E)", R"(\\x1B \\\\x1B \\u202E)"},
+        {"\\\x1B", R"(\\\x1B)"},
+    };
+    for (const auto& [text, shown] : rows)
+    {
+        EXPECT_EQ(PrintableText(text), shown);
+    }
+    EXPECT_EQ(PrintableText("two\n\\new"), "two\n\\new");
+    EXPECT_EQ(PrintableLine("two\n\\new \\x"), R"(two\n\\new \x)");
+    EXPECT_EQ(PrintableJson("[\n\"\x7F\u0085\u202E\\\\ \u00E4\"]"), "[\n\"\\u007F\\u0085\\u202E\\\\ \u00E4\"]");
 }
 
 TEST(Exceptions, TextsAndStatus)
