@@ -66,6 +66,24 @@ TEST_F(CLoadTest, EveryProblemOfABadSuiteIsToldWithItsPlace)
     }
 }
 
+TEST_F(CLoadTest, ASuiteWhoseConditionIsFalseRunsNothing)
+{
+    const auto condition = [](const char* right)
+    {
+        return "<x:Condition><x:Comparison operator=\"eq\"><x:Value value=\"$N\"/><x:Value value=\"" +
+            std::string(right) + "\"/></x:Comparison></x:Condition>";
+    };
+    for (const bool holds : {true, false})
+    {
+        const std::string suite = Suite(Call("Passes"));
+        std::string text = Read(suite);
+        text.insert(text.find("<x:InitGroup"), condition(holds ? "42" : "43"));
+        Write(suite, text);
+        Run("--record r " + suite);
+        EXPECT_EQ(Ran(), holds ? "/0/0 /1/0 /2/0 " : "");
+    }
+}
+
 TEST_F(CLoadTest, ASuiteThatIsLeftOutIsToldTheRule)
 {
     Write("settings.ini",

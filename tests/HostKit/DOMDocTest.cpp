@@ -109,6 +109,23 @@ TEST_F(DOMDocTest, WhatIsNotASuiteIsReportedWithItsPlace)
     }
 }
 
+TEST_F(DOMDocTest, AConditionMayStandInEveryNode)
+{
+    const std::string term = "<x:Comparison operator='eq'><x:Value/></x:Comparison>";
+    const std::string condition = "<x:Condition>" + term + "</x:Condition>";
+    const auto with = [&](const std::string& element, const std::string& content)
+    { return "<x:" + element + ">" + condition + content + "</x:" + element.substr(0, element.find(' ')) + ">"; };
+    const std::string value = with("Value", "");
+    const std::string boolean = with("Comparison operator='eq'", value);
+    const std::string content = with("Function", "") + with("BooleanPopup", "") + with("InfoPopup", "") +
+        with("SetPopup", "") + with("Set", with("Expression operator='add'", value)) + with("And", boolean) +
+        with("Or", with("Not", boolean)) + with("Condition", boolean);
+    EXPECT_EQ(ErrorsOf(OPEN + condition + with("InitGroup", content) +
+                       with("Group", content + with("LoopTerminate", boolean) + with("NextIteration", value)) +
+                       with("ExitGroup", content) + condition + CLOSE),
+              "valid\n");
+}
+
 TEST_F(DOMDocTest, SchemaHintsAndOtherFilesAreIgnored)
 {
     Write("<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' targetNamespace='urn:other'>"
