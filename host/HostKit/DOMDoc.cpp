@@ -1,5 +1,7 @@
 #include <HostKit/DOMDoc.h>
 
+#include "DocumentText.h"
+
 #include <CoreKit/Format.h>
 
 #include <QFile>
@@ -56,24 +58,29 @@ bool CDOMDoc::ParseDoc()
     {
         return false;
     }
-    SValidation validation = m_Parser->Validate(bytes, m_NamespaceURI, m_Path);
+    SDocumentText text = ToDocumentText(bytes);
+    if (!text.problem.empty())
+    {
+        AddError(std::move(text.problem), text.place);
+        return false;
+    }
+    SValidation validation = m_Parser->Validate(text.utf8, m_NamespaceURI, m_Path);
     const bool valid = validation.Valid();
     m_Errors = std::move(validation.errors);
     if (!valid)
     {
         return false;
     }
-    const pugi::xml_parse_result result =
-        m_Document.load_buffer(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    const pugi::xml_parse_result result = m_Document.load_buffer(
+        text.utf8.constData(), static_cast<std::size_t>(text.utf8.size()), pugi::parse_default, pugi::encoding_utf8);
     if (result.status == pugi::status_out_of_memory)
     {
         throw std::bad_alloc();
     }
-    const bool readAsUtf8 = result.encoding == pugi::encoding_utf8;
-    if (!result || (readAsUtf8 && !bytes.isValidUtf8()))
+    if (!result)
     {
         m_Document.reset();
-        AddError(result ? "the file's encoding is not supported; save it as UTF-8" : result.description());
+        AddError(result.description());
         return false;
     }
     RememberPlaces(validation.places);
@@ -152,9 +159,10 @@ bool CDOMDoc::ReadFile(QByteArray& bytes)
     return true;
 }
 
-void CDOMDoc::AddError(std::string message)
+void CDOMDoc::AddError(std::string message, SElementPlace place)
 {
-    m_Errors.emplace_back(1, 1, SEVERITY_FATAL_ERROR, std::move(message), m_NamespaceURI.toStdString());
+    m_Errors.emplace_back(place.line, place.column, SEVERITY_FATAL_ERROR, std::move(message),
+                          m_NamespaceURI.toStdString());
 }
 
 void CDOMDoc::RememberPlaces(const std::vector<SElementPlace>& places)

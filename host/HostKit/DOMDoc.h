@@ -12,8 +12,8 @@
 #include <unordered_map>
 #include <vector>
 
-/// A validated XML document. The file is read once; Xerces-C validates the bytes and pugixml holds the tree. Handles to
-/// nodes die with the document or its next `ParseDoc`.
+/// A validated XML document. The file is read and converted to UTF-8 once; Xerces-C validates that text and pugixml
+/// makes the tree of the same text. Handles to nodes die with the document or its next `ParseDoc`.
 class HOSTKIT_EXPORT CDOMDoc
 {
 public:
@@ -51,7 +51,7 @@ public:
 
 private:
     bool ReadFile(QByteArray& bytes);
-    void AddError(std::string message);
+    void AddError(std::string message, SElementPlace place = {});
     void RememberPlaces(const std::vector<SElementPlace>& places);
 
     CDOMParser* m_Parser;

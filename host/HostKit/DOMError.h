@@ -10,7 +10,7 @@ enum EErrorSeverity : int
     SEVERITY_FATAL_ERROR = 3,
 };
 
-/// One problem found in a document, with its place (counted from 1).
+/// One problem found in a document, with its place: counted from 1, and 0 when it has none.
 class CDOMError
 {
 public:

@@ -1,5 +1,7 @@
 #include <HostKit/DOMParser.h>
 
+#include "PlaceCounter.h"
+
 #include <CoreKit/Exceptions.h>
 
 #include <QFile>
@@ -46,6 +48,7 @@ class CElementFinder
 public:
     explicit CElementFinder(std::string_view document)
         : m_Document(document)
+        , m_Places(document)
     {
     }
 
@@ -72,7 +75,7 @@ public:
                 m_Next = at + 1;
                 if (!rest.starts_with("</"))
                 {
-                    return PlaceOf(at);
+                    return m_Places.PlaceOf(at);
                 }
             }
         }
@@ -85,46 +88,17 @@ private:
         return std::min(m_Document.find(text, from), m_Document.size());
     }
 
-    SElementPlace PlaceOf(std::size_t offset)
-    {
-        for (; m_Counted < offset; ++m_Counted)
-        {
-            const char c = m_Document[m_Counted];
-            const bool endsLine = c == '\n' || (c == '\r' && m_Document[m_Counted + 1] != '\n');
-            const bool continuesCharacter = (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
-            m_Place.line += endsLine ? 1 : 0;
-            m_Place.column = endsLine ? 1 : m_Place.column + (continuesCharacter ? 0 : 1);
-        }
-        return m_Place;
-    }
-
     std::string_view m_Document;
+    CPlaceCounter m_Places;
     std::size_t m_Next = 0;
-    std::size_t m_Counted = 0;
-    SElementPlace m_Place{1, 1};
 };
-
-/// The bytes in which elements can be looked for: none unless the document is UTF-8. The byte order mark is no column.
-std::string_view SearchableBytes(const QByteArray& document)
-{
-    if (document.contains('\0') || !document.isValidUtf8())
-    {
-        return {};
-    }
-    std::string_view bytes(document.constData(), static_cast<std::size_t>(document.size()));
-    if (bytes.starts_with("\xEF\xBB\xBF"))
-    {
-        bytes.remove_prefix(3);
-    }
-    return bytes;
-}
 
 /// Listens to one parse: gathers errors and places, and ends the parse when it meets what is refused.
 class CValidationHandler : public xerces::DefaultHandler
 {
 public:
     CValidationHandler(const QByteArray& document, const QString& namespaceURI)
-        : m_Finder(SearchableBytes(document))
+        : m_Finder(std::string_view(document.constData(), static_cast<std::size_t>(document.size())))
         , m_Namespace(namespaceURI)
         , m_NamespaceUtf8(namespaceURI.toStdString())
     {
@@ -142,11 +116,7 @@ public:
     void startElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* qualifiedName,
                       const xerces::Attributes& /*attributes*/) override
     {
-        SElementPlace place = m_Finder.Next();
-        if (place.line == 0)
-        {
-            place = ParserPlace();
-        }
+        const SElementPlace place = m_Finder.Next();
         m_Result.places.push_back(place);
         if (++m_Depth > CDOMParser::MAX_DEPTH)
         {
@@ -251,11 +221,14 @@ std::unique_ptr<xerces::SAX2XMLReader> MakeReader(xerces::XMLGrammarPool& pool, 
     return reader;
 }
 
-std::unique_ptr<xerces::MemBufInputSource> SourceOf(const QByteArray& bytes, const QString& name)
+/// A source of UTF-8, whatever encoding the text declares.
+std::unique_ptr<xerces::MemBufInputSource> SourceOf(const QByteArray& utf8, const QString& name)
 {
-    return std::make_unique<xerces::MemBufInputSource>(reinterpret_cast<const XMLByte*>(bytes.constData()),
-                                                       static_cast<XMLSize_t>(bytes.size()),
-                                                       reinterpret_cast<const XMLCh*>(name.utf16()));
+    auto source = std::make_unique<xerces::MemBufInputSource>(reinterpret_cast<const XMLByte*>(utf8.constData()),
+                                                              static_cast<XMLSize_t>(utf8.size()),
+                                                              reinterpret_cast<const XMLCh*>(name.utf16()));
+    source->setEncoding(xerces::XMLUni::fgUTF8EncodingString);
+    return source;
 }
 } // namespace
 
@@ -316,9 +289,9 @@ CDOMParser::CDOMParser(const QString& schema)
 
 CDOMParser::~CDOMParser() = default;
 
-SValidation CDOMParser::Validate(const QByteArray& document, const QString& namespaceURI, const QString& path)
+SValidation CDOMParser::Validate(const QByteArray& utf8, const QString& namespaceURI, const QString& path)
 {
-    CValidationHandler handler(document, namespaceURI);
+    CValidationHandler handler(utf8, namespaceURI);
     try
     {
         xerces::SecurityManager limits;
@@ -329,7 +302,7 @@ SValidation CDOMParser::Validate(const QByteArray& document, const QString& name
         reader->setFeature(xerces::XMLUni::fgXercesLoadSchema, false);
         reader->setContentHandler(&handler);
         reader->setLexicalHandler(&handler);
-        reader->parse(*SourceOf(document, path));
+        reader->parse(*SourceOf(utf8, path));
     }
     catch (const SStopped&)
     {
@@ -337,7 +310,7 @@ SValidation CDOMParser::Validate(const QByteArray& document, const QString& name
     }
     catch (const xerces::XMLException& exception)
     {
-        handler.AddError(ToUtf8(exception.getMessage()), SEVERITY_FATAL_ERROR, {1, 1});
+        handler.AddError(ToUtf8(exception.getMessage()), SEVERITY_FATAL_ERROR, {});
     }
     catch (const xerces::SAXParseException& exception)
     {
@@ -345,7 +318,7 @@ SValidation CDOMParser::Validate(const QByteArray& document, const QString& name
     }
     catch (const xerces::SAXException& exception)
     {
-        handler.AddError(ToUtf8(exception.getMessage()), SEVERITY_FATAL_ERROR, {1, 1});
+        handler.AddError(ToUtf8(exception.getMessage()), SEVERITY_FATAL_ERROR, {});
     }
     return std::move(handler.Result());
 }

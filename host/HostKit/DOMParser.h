@@ -10,7 +10,7 @@
 #include <memory>
 #include <vector>
 
-/// Where an element begins in its file, counted from 1.
+/// Where an element begins in its file, counted from 1; line 0 for no place.
 struct SElementPlace
 {
     std::uint64_t line = 0;
@@ -41,9 +41,10 @@ public:
     CDOMParser(const CDOMParser&) = delete;
     CDOMParser& operator=(const CDOMParser&) = delete;
 
-    /// Validates a document. `namespaceURI` is the schema's; its elements carry the prefix "x". Exhausted memory leaves
-    /// as `std::bad_alloc` or Xerces-C's `OutOfMemoryException`; every other problem is in the result.
-    SValidation Validate(const QByteArray& document, const QString& namespaceURI, const QString& path);
+    /// Validates a document given as UTF-8, whatever encoding it declares. `namespaceURI` is the schema's; its elements
+    /// carry the prefix "x". Exhausted memory leaves as `std::bad_alloc` or Xerces-C's `OutOfMemoryException`; every
+    /// other problem is in the result.
+    SValidation Validate(const QByteArray& utf8, const QString& namespaceURI, const QString& path);
 
     /// The text of a schema built into HostKit; empty when there is none of that name.
     static QByteArray SchemaText(const QString& schema);

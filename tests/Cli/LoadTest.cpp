@@ -28,6 +28,12 @@ TEST_F(CLoadTest, EveryProblemOfABadSuiteIsToldWithItsPlace)
     Write("empty.xml", "");
     Write("early.xml", "<?xml version=\"1.0\"?>\n<a>\n");
     Write("three.xml", HEAD + "<x:Grp/>\n<x:InitGroup lable=\"a\"/>\n</x:TestSuite>\n");
+    std::string deep;
+    for (int level = 0; level < 1000000; ++level)
+    {
+        deep += "<x:Group>";
+    }
+    Write("deep.xml", HEAD + "<x:InitGroup/>" + deep);
     Write("variables.xml",
           HEAD +
               "<x:Variables>\n"
@@ -42,11 +48,12 @@ TEST_F(CLoadTest, EveryProblemOfABadSuiteIsToldWithItsPlace)
         std::vector<std::string> places;
         const char* words;
     } rows[] = {
-        {"missing.xml", {"1:1"}, "missing.xml:1:1: error: no such file\n"},
-        {"folder", {"1:1"}, "folder:1:1: error: is a folder, not a file\n"},
-        {"empty.xml", {"1:1"}, "is empty"},
+        {"missing.xml", {""}, "missing.xml: error: no such file\n"},
+        {"folder", {""}, "folder: error: is a folder, not a file\n"},
+        {"empty.xml", {""}, "is empty"},
         {"early.xml", {"2:1", "2:4", "3:1"}, ""},
         {"three.xml", {"3:9", "4:25", "5:15"}, "lable"},
+        {"deep.xml", {"3:2310"}, "elements nest deeper than 256 levels"},
         {"variables.xml", {"4:3", "6:3"}, "Invalid variable type: FLOAT."},
         {"variables.xml", {"4:3", "6:3"}, "Variable already exists:  $B"},
     };
@@ -59,7 +66,7 @@ TEST_F(CLoadTest, EveryProblemOfABadSuiteIsToldWithItsPlace)
         std::string expected;
         for (const std::string& place : places)
         {
-            expected += file + ':' + place + ": error:\n";
+            expected += file + (place.empty() ? "" : ':' + place) + ": error:\n";
         }
         EXPECT_EQ(Prefixes(outcome.err), expected) << outcome.err;
         EXPECT_PRED2(Contains, outcome.err, words);

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
 namespace
 {
@@ -68,10 +69,10 @@ std::unique_ptr<CDOMParser> DOMDocTest::parser;
 
 TEST_F(DOMDocTest, PathsThatHoldNoDocument)
 {
-    EXPECT_EQ(ErrorsOfPath(folder + "/missing.xml"), "1:1: Fatal Error: " + folder + "/missing.xml: no such file\n");
-    EXPECT_EQ(ErrorsOfPath(folder), "1:1: Fatal Error: " + folder + ": is a folder, not a file\n");
-    EXPECT_EQ(ErrorsOfPath("/dev/null"), "1:1: Fatal Error: /dev/null: is not a regular file\n");
-    EXPECT_EQ(ErrorsOfPath(Write("")), "1:1: Fatal Error: " + folder + "/suite.xml: is empty\n");
+    EXPECT_EQ(ErrorsOfPath(folder + "/missing.xml"), "0:0: Fatal Error: " + folder + "/missing.xml: no such file\n");
+    EXPECT_EQ(ErrorsOfPath(folder), "0:0: Fatal Error: " + folder + ": is a folder, not a file\n");
+    EXPECT_EQ(ErrorsOfPath("/dev/null"), "0:0: Fatal Error: /dev/null: is not a regular file\n");
+    EXPECT_EQ(ErrorsOfPath(Write("")), "0:0: Fatal Error: " + folder + "/suite.xml: is empty\n");
 }
 
 TEST_F(DOMDocTest, WhatIsNotASuiteIsReportedWithItsPlace)
@@ -87,8 +88,6 @@ TEST_F(DOMDocTest, WhatIsNotASuiteIsReportedWithItsPlace)
         {"\n<!DOCTYPE a SYSTEM 'file:///etc/hostname'>" + OPEN + GROUPS + CLOSE, "2:42: " + refusedDTD},
         {"<x:InitGroup xmlns:x='urn:zelkor:test-suite'/>",
          "1:47: Error: no declaration found for element 'x:InitGroup'\n"},
-        {"<?xml version='1.0' encoding='windows-1251'?>" + OPEN + GROUPS + "<x:Tooltip>\xC4</x:Tooltip>" + CLOSE,
-         "1:1: Fatal Error: the file's encoding is not supported; save it as UTF-8\n"},
         {OPEN + "\n<x:InitGroup bad='1'/>\n<x:ExitGroup\n  worse='2'/>\n" + CLOSE,
          "2:23: Error: attribute 'bad' is not declared for element 'InitGroup'\n"
          "4:14: Error: attribute 'worse' is not declared for element 'ExitGroup'\n"},
@@ -165,16 +164,115 @@ TEST_F(DOMDocTest, PlacesAreThoseOfTheStartTags)
     }
 }
 
-TEST_F(DOMDocTest, Utf16DocumentsKeepTextAndLines)
+namespace
 {
-    std::u16string text =
-        u"\uFEFF<?xml version='1.0' encoding='UTF-16'?>\n<x:TestSuite xmlns:x='urn:zelkor:test-suite' "
-        u"name='ü'>\n<x:InitGroup/>\n<x:ExitGroup/></x:TestSuite>";
-    CDOMDoc document(parser.get(), URI,
-                     QString::fromStdString(Write({reinterpret_cast<const char*>(text.data()), text.size() * 2})));
-    ASSERT_EQ(Errors(document), "valid\n");
-    EXPECT_EQ(CDOMDoc::GetAttribute(document.GetRootElement(), QStringLiteral("name")), QStringLiteral("ü"));
-    EXPECT_EQ(document.Place(document.GetRootElement().first_child()).line, 3U);
+using namespace std::string_literals;
+
+/// Text as units of some bytes each, UTF-16 or UTF-32 for text in the basic plane.
+std::string Units(const std::u16string& text, std::size_t size, bool bigEndian)
+{
+    std::string bytes;
+    for (const char16_t unit : text)
+    {
+        for (std::size_t i = 0; i < size; ++i)
+        {
+            const std::size_t shift = 8 * (bigEndian ? size - 1 - i : i);
+            bytes += static_cast<char>(shift < 16 ? unit >> shift : 0);
+        }
+    }
+    return bytes;
+}
+
+std::u16string Declared(const char* encoding)
+{
+    return u"<?xml version='1.0' encoding='" + QString::fromLatin1(encoding).toStdU16String() + u"'?>";
+}
+} // namespace
+
+TEST_F(DOMDocTest, EveryAcceptedEncodingKeepsTextAndPlaces)
+{
+    const std::u16string body =
+        u"\n<x:TestSuite xmlns:x='urn:zelkor:test-suite' name='\u00FC'>\r\n\u00FC<x:InitGroup/><x:ExitGroup/></x:TestSuite>";
+    std::u16string valid = body;
+    valid.erase(valid.rfind(u'\u00FC'), 1);
+    const std::u16string mark = u"\uFEFF";
+    const auto utf8 = [](const std::u16string& text) { return QString::fromStdU16String(text).toStdString(); };
+    const auto latin1 = [](const std::u16string& text)
+    { return QString::fromStdU16String(text).toLatin1().toStdString(); };
+    const std::vector<std::function<std::string(const std::u16string&)>> encoders{
+        [&](const std::u16string& text) { return utf8(text.substr(1)); },
+        [&](const std::u16string& text) { return utf8(mark + Declared("utf-8") + text); },
+        [&](const std::u16string& text) { return latin1(Declared("iso-8859-1") + text); },
+        [&](const std::u16string& text) { return latin1(Declared("Latin1") + text); },
+        [&](const std::u16string& text) { return Units(mark + text.substr(1), 2, false); },
+        [&](const std::u16string& text) { return Units(Declared("UTF-16LE") + text, 2, false); },
+        [&](const std::u16string& text) { return Units(mark + Declared("utf-16") + text, 2, true); },
+        [&](const std::u16string& text) { return Units(Declared("UTF-16BE") + text, 2, true); },
+        [&](const std::u16string& text) { return Units(mark + Declared("UTF-32") + text, 4, false); },
+        [&](const std::u16string& text) { return Units(Declared("UTF-32LE") + text, 4, false); },
+        [&](const std::u16string& text) { return Units(mark + text.substr(1), 4, true); },
+        [&](const std::u16string& text) { return Units(Declared("UTF-32BE") + text, 4, true); },
+    };
+    for (std::size_t i = 0; i < encoders.size(); ++i)
+    {
+        SCOPED_TRACE(i);
+        CDOMDoc document(parser.get(), URI, QString::fromStdString(Write(encoders[i](valid))));
+        ASSERT_EQ(Errors(document), "valid\n");
+        EXPECT_EQ(CDOMDoc::GetAttribute(document.GetRootElement(), QStringLiteral("name")), QStringLiteral("\u00FC"));
+        const std::string errors = ErrorsOf(encoders[i](body));
+        EXPECT_EQ(errors.substr(1, 10), ":2: Error:") << errors;
+    }
+}
+
+TEST_F(DOMDocTest, OtherEncodingsAndBrokenTextAreRefused)
+{
+    const std::u16string suite =
+        u"\n<x:TestSuite xmlns:x='urn:zelkor:test-suite'><x:InitGroup/><x:ExitGroup/></x:TestSuite>\n";
+    const std::string plain = QString::fromStdU16String(suite).toStdString();
+    const auto declared = [](const char* encoding)
+    { return QString::fromStdU16String(Declared(encoding)).toStdString(); };
+    const std::string wide = Units(u"\uFEFF" + suite, 2, false);
+    const std::string advice = "; save the file as UTF-8";
+    const std::vector<std::pair<std::string, std::string>> rows{
+        {declared("UTF-7") + plain, "1:31: the encoding \"UTF-7\" is not supported" + advice + " and declare that"},
+        {declared("windows-1251") + plain,
+         "1:31: the encoding \"windows-1251\" is not supported" + advice + " and declare that"},
+        {declared("UTF-16") + plain,
+         "1:31: the encoding \"UTF-16\" is declared, but the file is neither UTF-16 nor "
+         "UTF-32" +
+             advice + " and declare that"},
+        {"\xEF\xBB\xBF" + declared("latin1") + plain,
+         "1:31: the encoding \"latin1\" is declared, but the file is UTF-8" + advice + " and declare that"},
+        {Units(Declared("UTF-8") + suite, 2, true),
+         "1:31: the encoding \"UTF-8\" is declared, but the file is UTF-16 "
+         "(big-endian)" +
+             advice + " and declare that"},
+        {Units(Declared("UTF-16BE") + suite, 2, false),
+         "1:31: the encoding \"UTF-16BE\" is declared, but the file is "
+         "UTF-16 (little-endian)" +
+             advice + " and declare that"},
+        {plain + "\xC3\xA4\xE4<", "3:2: the byte 0xE4 is not UTF-8 here" + advice},
+        {plain + "\xC0\x80", "3:1: the byte 0xC0 is not UTF-8 here" + advice},
+        {plain + "\xE0\x80\x80", "3:1: the byte 0xE0 is not UTF-8 here" + advice},
+        {plain + "\xED\xA0\x80", "3:1: the byte 0xED is not UTF-8 here" + advice},
+        {plain + "\xF4\x90\x80\x80", "3:1: the byte 0xF4 is not UTF-8 here" + advice},
+        {plain + " \xE2\x82", "3:2: the byte 0xE2 is not UTF-8 here" + advice},
+        {declared("US-ASCII") + "\xC3\xA4" + plain, "1:42: the byte 0xC3 is not US-ASCII here" + advice},
+        {plain + "\n \0"s, "4:2: a NUL character is not allowed" + advice},
+        {wide + "\0"s,
+         "3:1: the file ends within a character of UTF-16 (little-endian); it was cut off, or is not "
+         "UTF-16 (little-endian)"},
+        {wide + "\0\xD8"s, "3:1: 0xD800 is no character of UTF-16 (little-endian)" + advice},
+        {wide + "\0\xDC\0\xD8"s, "3:1: 0xDC00 is no character of UTF-16 (little-endian)" + advice},
+        {Units(u"\uFEFF" + suite, 4, true) + "\0\x11\0\0"s,
+         "3:1: 0x110000 is no character of UTF-32 (big-endian)" + advice},
+    };
+    for (const auto& [bytes, expected] : rows)
+    {
+        const QString errors = QString::fromStdString(ErrorsOf(bytes)).remove(QStringLiteral("Fatal Error: "));
+        EXPECT_EQ(errors.toStdString(), expected + "\n");
+    }
+    EXPECT_EQ(ErrorsOf(wide + "<\0!\0-\0-\0\x3D\xD8\0\xDE-\0-\0>\0"s), "valid\n") << "a pair of surrogates";
 }
 
 TEST_F(DOMDocTest, EachParseStartsAfresh)
