@@ -1,24 +1,29 @@
 #include <HostKit/DOMParser.h>
 
 #include "PlaceCounter.h"
+#include "SchemaModel.h"
+#include "StructureCheck.h"
 
 #include <CoreKit/Exceptions.h>
 
 #include <QFile>
 
 #include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/framework/XMLErrorCodes.hpp>
 #include <xercesc/framework/XMLGrammarPoolImpl.hpp>
+#include <xercesc/framework/XMLValidityCodes.hpp>
+#include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/sax/Locator.hpp>
-#include <xercesc/sax/SAXParseException.hpp>
+#include <xercesc/sax/SAXException.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
-#include <xercesc/sax2/SAX2XMLReader.hpp>
-#include <xercesc/sax2/XMLReaderFactory.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/SecurityManager.hpp>
+#include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUni.hpp>
 #include <xercesc/validators/common/Grammar.hpp>
 
 #include <algorithm>
+#include <functional>
 #include <string_view>
 
 namespace xerces = XERCES_CPP_NAMESPACE;
@@ -33,12 +38,6 @@ struct SStopped
 std::string ToUtf8(const XMLCh* text)
 {
     return text ? QString::fromUtf16(text).toStdString() : std::string();
-}
-
-CDOMError MakeError(const xerces::SAXParseException& exception, EErrorSeverity severity, const std::string& uri)
-{
-    return CDOMError(exception.getLineNumber(), exception.getColumnNumber(), severity, ToUtf8(exception.getMessage()),
-                     uri);
 }
 
 /// Finds where elements begin in the bytes of a well-formed document, front to back. A parser only tells where a start
@@ -93,49 +92,139 @@ private:
     std::size_t m_Next = 0;
 };
 
-/// Listens to one parse: gathers errors and places, and ends the parse when it meets what is refused.
+/// A problem that the parser itself reports.
+struct SComplaint
+{
+    /// What it is about: an element's name and attributes, its content, or something else.
+    enum class ETopic
+    {
+        Element,
+        Content,
+        Text,
+        NoRoot,
+        Other
+    };
+
+    ETopic topic;
+    CDOMError error;
+};
+
+SComplaint::ETopic TopicOf(unsigned code, const XMLCh* domain)
+{
+    using xerces::XMLErrs;
+    using xerces::XMLString;
+    using xerces::XMLUni;
+    using xerces::XMLValid;
+    if (XMLString::equals(domain, XMLUni::fgXMLErrDomain))
+    {
+        return code == XMLErrs::EmptyMainEntity || code == XMLErrs::InvalidDocumentStructure
+            ? SComplaint::ETopic::NoRoot
+            : SComplaint::ETopic::Other;
+    }
+    if (!XMLString::equals(domain, XMLUni::fgValidityDomain))
+    {
+        return SComplaint::ETopic::Other;
+    }
+    switch (code)
+    {
+    case XMLValid::ElementNotDefined:
+    case XMLValid::AttNotDefinedForElement:
+    case XMLValid::RequiredAttrNotProvided:
+    case XMLValid::GrammarNotFound:
+    case XMLValid::ElementNotQualified:
+        return SComplaint::ETopic::Element;
+    case XMLValid::ElementNotValidForContent:
+    case XMLValid::NotEnoughElemsForCM:
+    case XMLValid::EmptyNotValidForContent:
+    case XMLValid::EmptyElemHasContent:
+    case XMLValid::SimpleTypeHasChild:
+        return SComplaint::ETopic::Content;
+    case XMLValid::NoCharDataInCM:
+        return SComplaint::ETopic::Text;
+    default:
+        return SComplaint::ETopic::Other;
+    }
+}
+
+/// Listens to one parse: gathers problems and places, and ends the parse when it meets what is refused. The parser's
+/// complaints about structure are held back until the element they are about is known, and passed on in the parser's
+/// words when the structure check has nothing to say about it.
 class CValidationHandler : public xerces::DefaultHandler
 {
 public:
-    CValidationHandler(const QByteArray& document, const QString& namespaceURI)
+    CValidationHandler(const CSchemaModel& model, const QByteArray& document, const QString& namespaceURI)
         : m_Finder(std::string_view(document.constData(), static_cast<std::size_t>(document.size())))
-        , m_Namespace(namespaceURI)
-        , m_NamespaceUtf8(namespaceURI.toStdString())
+        , m_Namespace(namespaceURI.toStdString())
+        , m_Structure(model, m_Namespace,
+                      [this](const std::string& problem, SElementPlace place) { AddProblem(problem, place); })
     {
     }
 
-    SValidation& Result() { return m_Result; }
-
-    void AddError(std::string message, EErrorSeverity severity, SElementPlace place)
+    /// Everything found; call it once, after the parse.
+    SValidation Result()
     {
-        m_Result.errors.emplace_back(place.line, place.column, severity, std::move(message), m_NamespaceUtf8);
+        Settle(SComplaint::ETopic::Element, false);
+        Settle(SComplaint::ETopic::Content, false);
+        return std::move(m_Result);
     }
+
+    void AddFatal(const std::string& message, SElementPlace place)
+    {
+        m_Result.errors.emplace_back(place.line, place.column, SEVERITY_FATAL_ERROR, message, m_Namespace);
+    }
+
+    void Complain(SComplaint complaint)
+    {
+        const SElementPlace place{complaint.error.LineNumber(), complaint.error.ColumnNumber()};
+        switch (complaint.topic)
+        {
+        case SComplaint::ETopic::Element:
+        case SComplaint::ETopic::Content:
+            m_HeldBack.push_back(std::move(complaint));
+            break;
+        case SComplaint::ETopic::Text:
+            AddProblem("text is not allowed in " + m_Structure.Inside() + "; remove it or make it a comment", place);
+            break;
+        case SComplaint::ETopic::NoRoot:
+            if (m_Result.places.empty())
+            {
+                Refuse(m_Structure.MissingRoot(), place);
+            }
+            [[fallthrough]];
+        default:
+            Add(std::move(complaint.error));
+        }
+    }
+
+    const std::string& Namespace() const { return m_Namespace; }
 
     void setDocumentLocator(const xerces::Locator* locator) override { m_Locator = locator; }
 
     void startElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* qualifiedName,
-                      const xerces::Attributes& /*attributes*/) override
+                      const xerces::Attributes& attributes) override
     {
         const SElementPlace place = m_Finder.Next();
         m_Result.places.push_back(place);
         if (++m_Depth > CDOMParser::MAX_DEPTH)
         {
-            const CSafeString text = FormatText("elements nest deeper than %u levels", CDOMParser::MAX_DEPTH);
-            Refuse(text.c_str(), place);
+            Refuse("elements nest deeper than " + std::to_string(CDOMParser::MAX_DEPTH) + " levels", place);
         }
-        CheckNamespace(QString::fromUtf16(uri), QString::fromUtf16(localName), QString::fromUtf16(qualifiedName),
-                       place);
+        const bool isSaid =
+            m_Structure.Enter({ToUtf8(uri), ToUtf8(localName), ToUtf8(qualifiedName)}, attributes, place);
+        Settle(SComplaint::ETopic::Element, isSaid);
     }
 
     void endElement(const XMLCh* /*uri*/, const XMLCh* /*localName*/, const XMLCh* /*qualifiedName*/) override
     {
         --m_Depth;
+        Settle(SComplaint::ETopic::Content, m_Structure.Leave());
     }
 
     void startDTD(const XMLCh* /*name*/, const XMLCh* /*publicId*/, const XMLCh* /*systemId*/) override
     {
-        Refuse("a document type definition (<!DOCTYPE>) is not allowed; remove it and whatever it declares",
-               ParserPlace());
+        const SElementPlace place =
+            m_Locator ? SElementPlace{m_Locator->getLineNumber(), m_Locator->getColumnNumber()} : SElementPlace{1, 1};
+        Refuse("a document type definition (<!DOCTYPE>) is not allowed; remove it and whatever it declares", place);
     }
 
     xerces::InputSource* resolveEntity(const XMLCh* /*publicId*/, const XMLCh* /*systemId*/) override
@@ -144,57 +233,95 @@ public:
         return new xerces::MemBufInputSource(nothing, 0, "nothing");
     }
 
-    void warning(const xerces::SAXParseException& exception) override { Add(exception, SEVERITY_WARNING); }
-    void error(const xerces::SAXParseException& exception) override { Add(exception, SEVERITY_ERROR); }
-    void fatalError(const xerces::SAXParseException& exception) override { Add(exception, SEVERITY_FATAL_ERROR); }
-    void resetErrors() override {}
-
 private:
-    void Add(const xerces::SAXParseException& exception, EErrorSeverity severity)
+    void AddProblem(const std::string& problem, SElementPlace place)
     {
-        m_Result.errors.push_back(MakeError(exception, severity, m_NamespaceUtf8));
+        Add(CDOMError(place.line, place.column, SEVERITY_ERROR, problem, m_Namespace));
     }
 
-    [[noreturn]] void Refuse(const char* message, SElementPlace place)
+    void Add(CDOMError error)
     {
-        AddError(message, SEVERITY_FATAL_ERROR, place);
+        const SElementPlace place{error.LineNumber(), error.ColumnNumber()};
+        m_Result.errors.push_back(std::move(error));
+        if (m_Result.errors.size() == CDOMParser::MAX_ERRORS)
+        {
+            m_HeldBack.clear();
+            Refuse("there are more problems than that; the rest of the file was not checked", place);
+        }
+    }
+
+    [[noreturn]] void Refuse(const std::string& message, SElementPlace place)
+    {
+        AddFatal(message, place);
         throw SStopped();
     }
 
-    SElementPlace ParserPlace() const
+    /// Drops or passes on what was held back on a topic.
+    void Settle(SComplaint::ETopic topic, bool isSaid)
     {
-        return m_Locator ? SElementPlace{m_Locator->getLineNumber(), m_Locator->getColumnNumber()}
-                         : SElementPlace{1, 1};
-    }
-
-    void CheckNamespace(const QString& uri, const QString& localName, const QString& name, SElementPlace place)
-    {
-        const bool isRoot = m_Result.places.size() == 1;
-        const std::string shown = name.toStdString();
-        if (uri != m_Namespace && isRoot)
+        if (m_HeldBack.empty())
         {
-            const CSafeString text = FormatText("the root element \"%s\" is not in the namespace \"%s\"; declare "
-                                                "xmlns:x=\"%s\" and use the prefix x",
-                                                shown.c_str(), m_NamespaceUtf8.c_str(), m_NamespaceUtf8.c_str());
-            AddError(text.c_str(), SEVERITY_ERROR, place);
+            return;
         }
-        else if (uri == m_Namespace && name != QStringLiteral("x:") + localName && !m_PrefixReported)
+        std::vector<SComplaint> rest;
+        std::swap(rest, m_HeldBack);
+        for (SComplaint& complaint : rest)
         {
-            m_PrefixReported = true;
-            const CSafeString text = FormatText("the element \"%s\" is in the namespace \"%s\" without the prefix x; "
-                                                "declare xmlns:x=\"%s\" and use the prefix x for every element",
-                                                shown.c_str(), m_NamespaceUtf8.c_str(), m_NamespaceUtf8.c_str());
-            AddError(text.c_str(), SEVERITY_ERROR, place);
+            if (complaint.topic != topic)
+            {
+                m_HeldBack.push_back(std::move(complaint));
+            }
+            else if (!isSaid)
+            {
+                Add(std::move(complaint.error));
+            }
         }
     }
 
     CElementFinder m_Finder;
-    const QString m_Namespace;
-    const std::string m_NamespaceUtf8;
+    const std::string m_Namespace;
+    CStructureCheck m_Structure;
     const xerces::Locator* m_Locator = nullptr;
     SValidation m_Result;
+    std::vector<SComplaint> m_HeldBack;
     unsigned m_Depth = 0;
-    bool m_PrefixReported = false;
+};
+
+/// The parser; what it finds wrong goes to a function with a code, which its public interface leaves out.
+class CReader : public xerces::SAX2XMLReaderImpl
+{
+public:
+    using TComplain = std::function<void(SComplaint)>;
+
+    CReader(xerces::XMLGrammarPool& pool, std::string namespaceURI, TComplain complain)
+        : SAX2XMLReaderImpl(xerces::XMLPlatformUtils::fgMemoryManager, &pool)
+        , m_Namespace(std::move(namespaceURI))
+        , m_Complain(std::move(complain))
+    {
+        setErrorHandler(&m_Silent);
+        using xerces::XMLUni;
+        setFeature(XMLUni::fgSAX2CoreNameSpaces, true);
+        setFeature(XMLUni::fgSAX2CoreValidation, true);
+        setFeature(XMLUni::fgXercesDynamic, false);
+        setFeature(XMLUni::fgXercesSchema, true);
+        setFeature(XMLUni::fgXercesSchemaFullChecking, true);
+        setFeature(XMLUni::fgXercesLoadExternalDTD, false);
+        setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+    }
+
+    void error(unsigned code, const XMLCh* domain, ErrTypes type, const XMLCh* text, const XMLCh* /*systemId*/,
+               const XMLCh* /*publicId*/, XMLFileLoc line, XMLFileLoc column) override
+    {
+        const EErrorSeverity severity = type == ErrType_Warning ? SEVERITY_WARNING
+            : type == ErrType_Error                             ? SEVERITY_ERROR
+                                                                : SEVERITY_FATAL_ERROR;
+        m_Complain({TopicOf(code, domain), CDOMError(line, column, severity, ToUtf8(text), m_Namespace)});
+    }
+
+private:
+    const std::string m_Namespace;
+    const TComplain m_Complain;
+    xerces::DefaultHandler m_Silent; ///< never called; `error` is only called when there is a handler
 };
 
 /// The library is set up once and kept until the process ends.
@@ -202,23 +329,6 @@ void InitializeXerces()
 {
     static const bool initialized = (xerces::XMLPlatformUtils::Initialize(), true);
     static_cast<void>(initialized);
-}
-
-std::unique_ptr<xerces::SAX2XMLReader> MakeReader(xerces::XMLGrammarPool& pool, CValidationHandler& handler)
-{
-    std::unique_ptr<xerces::SAX2XMLReader> reader(
-        xerces::XMLReaderFactory::createXMLReader(xerces::XMLPlatformUtils::fgMemoryManager, &pool));
-    using xerces::XMLUni;
-    reader->setFeature(XMLUni::fgSAX2CoreNameSpaces, true);
-    reader->setFeature(XMLUni::fgSAX2CoreValidation, true);
-    reader->setFeature(XMLUni::fgXercesDynamic, false);
-    reader->setFeature(XMLUni::fgXercesSchema, true);
-    reader->setFeature(XMLUni::fgXercesSchemaFullChecking, true);
-    reader->setFeature(XMLUni::fgXercesLoadExternalDTD, false);
-    reader->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
-    reader->setErrorHandler(&handler);
-    reader->setEntityResolver(&handler);
-    return reader;
 }
 
 /// A source of UTF-8, whatever encoding the text declares.
@@ -238,29 +348,32 @@ bool SValidation::Valid() const
                         [](const CDOMError& error) { return error.Severity() > SEVERITY_WARNING; });
 }
 
-/// The compiled schema, locked against change.
+/// The compiled schema, locked against change, and what it allows.
 class CDOMParser::CGrammar
 {
 public:
     CGrammar(const QByteArray& text, const QString& name)
     {
-        CValidationHandler handler(text, QString());
-        const auto reader = MakeReader(m_Pool, handler);
-        const auto source = SourceOf(text, name);
-        const bool loaded = reader->loadGrammar(*source, xerces::Grammar::SchemaGrammarType, true) != nullptr;
-        const std::vector<CDOMError>& errors = handler.Result().errors;
+        std::vector<CDOMError> errors;
+        CReader reader(m_Pool, std::string(), [&](SComplaint complaint) { errors.push_back(complaint.error); });
+        const bool loaded =
+            reader.loadGrammar(*SourceOf(text, name), xerces::Grammar::SchemaGrammarType, true) != nullptr;
         if (!loaded || !errors.empty())
         {
             ThrowFormatted<ZKDOMDocException>("The schema \"%s\" cannot be used: %s", name.toUtf8().constData(),
                                               errors.empty() ? "no grammar in it" : errors.front().Message().c_str());
         }
         m_Pool.lockPool();
+        bool changed = false;
+        m_Model = std::make_unique<CSchemaModel>(*m_Pool.getXSModel(changed));
     }
 
     xerces::XMLGrammarPool& Pool() { return m_Pool; }
+    const CSchemaModel& Model() const { return *m_Model; }
 
 private:
     xerces::XMLGrammarPoolImpl m_Pool;
+    std::unique_ptr<CSchemaModel> m_Model;
 };
 
 CDOMParser::CDOMParser(const QString& schema)
@@ -291,18 +404,20 @@ CDOMParser::~CDOMParser() = default;
 
 SValidation CDOMParser::Validate(const QByteArray& utf8, const QString& namespaceURI, const QString& path)
 {
-    CValidationHandler handler(utf8, namespaceURI);
+    CValidationHandler handler(m_Grammar->Model(), utf8, namespaceURI);
     try
     {
         xerces::SecurityManager limits;
         limits.setEntityExpansionLimit(0);
-        const auto reader = MakeReader(m_Grammar->Pool(), handler);
-        reader->setProperty(xerces::XMLUni::fgXercesSecurityManager, &limits);
-        reader->setFeature(xerces::XMLUni::fgXercesUseCachedGrammarInParse, true);
-        reader->setFeature(xerces::XMLUni::fgXercesLoadSchema, false);
-        reader->setContentHandler(&handler);
-        reader->setLexicalHandler(&handler);
-        reader->parse(*SourceOf(utf8, path));
+        CReader reader(m_Grammar->Pool(), handler.Namespace(),
+                       [&handler](SComplaint complaint) { handler.Complain(std::move(complaint)); });
+        reader.setProperty(xerces::XMLUni::fgXercesSecurityManager, &limits);
+        reader.setFeature(xerces::XMLUni::fgXercesUseCachedGrammarInParse, true);
+        reader.setFeature(xerces::XMLUni::fgXercesLoadSchema, false);
+        reader.setContentHandler(&handler);
+        reader.setLexicalHandler(&handler);
+        reader.setEntityResolver(&handler);
+        reader.parse(*SourceOf(utf8, path));
     }
     catch (const SStopped&)
     {
@@ -310,17 +425,13 @@ SValidation CDOMParser::Validate(const QByteArray& utf8, const QString& namespac
     }
     catch (const xerces::XMLException& exception)
     {
-        handler.AddError(ToUtf8(exception.getMessage()), SEVERITY_FATAL_ERROR, {});
-    }
-    catch (const xerces::SAXParseException& exception)
-    {
-        handler.Result().errors.push_back(MakeError(exception, SEVERITY_FATAL_ERROR, namespaceURI.toStdString()));
+        handler.AddFatal(ToUtf8(exception.getMessage()), {});
     }
     catch (const xerces::SAXException& exception)
     {
-        handler.AddError(ToUtf8(exception.getMessage()), SEVERITY_FATAL_ERROR, {});
+        handler.AddFatal(ToUtf8(exception.getMessage()), {});
     }
-    return std::move(handler.Result());
+    return handler.Result();
 }
 
 QByteArray CDOMParser::SchemaText(const QString& schema)

@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -33,6 +34,8 @@ class HOSTKIT_EXPORT CDOMParser
 {
 public:
     static constexpr unsigned MAX_DEPTH = 256;
+    /// A validation stops behind so many errors; one more says so.
+    static constexpr std::size_t MAX_ERRORS = 1000;
 
     /// `schema` is the file name of a schema built into HostKit. Throws `ZKDOMDocException` when there is none of that
     /// name or it is not a valid schema.

@@ -249,10 +249,10 @@ TEST(SuiteState, LifeCycle)
     EXPECT_EQ(state.Reload(), &state);
     EXPECT_EQ(flags() + report(),
               R"(initialized document log TS_ERROR L0 diagnostic: Invalid test suite!\n)"
-              R"(--------\nError:\nOn line 3, column 19:\nSchema URI: urn:zelkor:test-suite\nSeverity: Error (2)\n)"
-              R"(Message: attribute 'a' is not declared for element 'Tooltip'\n)"
-              R"(--------\nError:\nOn line 4, column 22:\nSchema URI: urn:zelkor:test-suite\nSeverity: Error (2)\n)"
-              R"(Message: attribute 'bc' is not declared for element 'InitGroup'\n)"
+              R"(--------\nError:\nOn line 3, column 1:\nSchema URI: urn:zelkor:test-suite\nSeverity: Error (2)\n)"
+              R"(Message: x:Tooltip has no attribute "a"; it takes none\n)"
+              R"(--------\nError:\nOn line 4, column 1:\nSchema URI: urn:zelkor:test-suite\nSeverity: Error (2)\n)"
+              R"(Message: x:InitGroup has no attribute "bc"; it takes label and name\n)"
               "\n");
     EXPECT_TRUE(copy.IsInitialized() && copy.IsValid() && copy.HasTestFunction() && copy.InApplication());
     EXPECT_EQ(copy.TestName(), QStringLiteral("My.Suite"));

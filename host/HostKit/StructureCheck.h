@@ -1,0 +1,69 @@
+#pragma once
+
+#include "SchemaModel.h"
+
+#include <HostKit/DOMParser.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <xercesc/sax2/Attributes.hpp>
+
+/// An element's name as a parser tells it.
+struct SElementName
+{
+    std::string uri;
+    std::string local;
+    std::string shown; ///< as it is written
+};
+
+/// Follows the elements of a document beside the validator and says in words what is wrong with their names, order and
+/// attributes. An element gets one problem about the order of its children at the most, and below an element of unknown
+/// meaning nothing is said.
+class CStructureCheck
+{
+public:
+    using TReport = std::function<void(const std::string& problem, SElementPlace place)>;
+
+    /// `model` outlives the check.
+    CStructureCheck(const CSchemaModel& model, std::string namespaceURI, TReport report);
+
+    /// An element begins. True when no complaint of the validator about its name and attributes has to be passed on.
+    bool Enter(const SElementName& name, const xercesc::Attributes& attributes, SElementPlace place);
+    /// The innermost element ends. True when no complaint of the validator about its content has to be passed on.
+    bool Leave();
+
+    /// The name of the innermost open element.
+    const std::string& Inside() const { return m_Open.back().name; }
+    /// What to say of a document without any element.
+    std::string MissingRoot() const;
+
+private:
+    struct SOpen
+    {
+        std::string name;                       ///< with the prefix "x"
+        const SContentModel* content = nullptr; ///< null when its meaning is unknown
+        std::size_t state = 0;
+        SElementPlace place;
+        std::string lastStep;          ///< the last child that was expected
+        bool isDeclared = false;       ///< for the validator too; what it says of others is not to the point
+        bool isExplained = false;      ///< something was said about the children
+        bool isOrderExplained = false; ///< about their order
+    };
+
+    void EnterRoot(const SElementName& name, SOpen& root);
+    void EnterChild(const SElementName& name, SOpen& child);
+    void EnterUndeclared(SOpen& parent, SOpen& child);
+    void Step(SOpen& parent, const std::string& childName, SElementPlace place);
+    void CheckPrefix(const SElementName& name, SElementPlace place);
+    void CheckAttributes(const SOpen& element, const xercesc::Attributes& attributes);
+    void Say(const std::string& problem, SElementPlace place);
+
+    const CSchemaModel& m_Model;
+    const std::string m_Namespace;
+    const TReport m_Report;
+    std::vector<SOpen> m_Open;
+    std::size_t m_Said = 0;
+    bool m_PrefixReported = false;
+};
