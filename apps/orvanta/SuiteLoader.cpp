@@ -238,13 +238,21 @@ bool SelectNodes(const SLoadedSuite& suite, const std::vector<SDescribedNode>& n
 
 void PrintProblems(const SLoadedSuite& suite)
 {
-    for (const SProblem& problem : suite.problems)
+    constexpr std::size_t MAX_SHOWN = 100;
+    const std::size_t shown = std::min(suite.problems.size(), MAX_SHOWN);
+    for (std::size_t i = 0; i < shown; ++i)
     {
+        const SProblem& problem = suite.problems[i];
         std::string place = suite.file;
         if (problem.line != 0)
         {
             place += ':' + std::to_string(problem.line) + ':' + std::to_string(problem.column);
         }
         WriteErrorLine(place + ": " + problem.severity + ": " + problem.message);
+    }
+    if (shown < suite.problems.size())
+    {
+        std::fprintf(stderr, "%s: %zu more problems are not shown\n", suite.file.c_str(),
+                     suite.problems.size() - shown);
     }
 }

@@ -38,5 +38,5 @@ SLoadedSuite LoadSuite(const std::string& file, bool keepMode);
 /// Applies the operator's selection; false, with the reason on stderr, when a pattern matches no node.
 bool SelectNodes(const SLoadedSuite& suite, const std::vector<SDescribedNode>& nodes, const SOptions& options);
 
-/// Writes the problems to stderr, each as "file:line:column: severity: message".
+/// Writes the first 100 problems to stderr, each as "file:line:column: severity: message", and how many more there are.
 void PrintProblems(const SLoadedSuite& suite);

@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <algorithm>
+
 namespace
 {
 using CLoadTest = CCliTest;
@@ -71,6 +73,19 @@ TEST_F(CLoadTest, EveryProblemOfABadSuiteIsToldWithItsPlace)
         EXPECT_EQ(Prefixes(outcome.err), expected) << outcome.err;
         EXPECT_PRED2(Contains, outcome.err, words);
     }
+}
+
+TEST_F(CLoadTest, AHundredProblemsAreShownAndTheRestIsCounted)
+{
+    std::string body;
+    for (int i = 0; i < 102; ++i)
+    {
+        body += "<x:Foo/>\n";
+    }
+    Write("many.xml", HEAD + body + TAIL);
+    const std::string shown = Run("many.xml").err;
+    EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), 101);
+    EXPECT_TRUE(shown.ends_with("many.xml: 2 more problems are not shown\n")) << shown;
 }
 
 TEST_F(CLoadTest, ASuiteWhoseConditionIsFalseRunsNothing)
