@@ -56,8 +56,7 @@ TJson JsonOf(const SLoadedSuite& suite, const std::vector<SDescribedNode>& nodes
             {"nodes", std::move(list)}};
 }
 
-/// Whether the operator's selection decides if the node runs: what stands below a node without a check mark always
-/// does.
+/// Whether the operator's selection decides if the node runs. It does not below a node without a check mark.
 bool SelectionMatters(const CNode& node)
 {
     const CNode* parent = node.ParentNode();

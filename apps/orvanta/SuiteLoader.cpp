@@ -52,7 +52,7 @@ std::string FilterRule(const pugi::xml_node& root, bool hidden)
         (hidden ? " (the filter hides such suites)" : "");
 }
 
-/// Why a suite file with a root element is not to be loaded; empty when it is, or when there is no root to ask.
+/// The rule that keeps a suite file from being loaded; empty when none does, or when the file has no root element.
 std::string RuleAgainst(const std::string& file, ETestSuiteAccessType access)
 {
     pugi::xml_document document;
@@ -69,7 +69,7 @@ std::string RuleAgainst(const std::string& file, ETestSuiteAccessType access)
                                                  : ProductRule(root);
 }
 
-/// What is wrong with the variables of a document that keeps to the schema: the document itself keeps no error for it.
+/// Problems of the declarations in a valid document, which keeps no errors for them itself.
 std::vector<SProblem> VariableProblems(const QString& file)
 {
     CDOMDoc document(CAppState::Orvanta(), CDOMDocTestSuite::GetSchemaNamespaceURI(), file);
@@ -138,8 +138,8 @@ void FollowMode(CTestSuiteNode& root)
     root.EmitNodeSettings();
 }
 
-/// Adds a problem for each element whose node cannot be built although everything below it can; false when there is one
-/// at or below the element.
+/// Adds a problem for each innermost element whose node cannot be built. True when the element and everything below it
+/// can be built.
 bool CollectUnbuildable(const CDOMDocTestSuite& document, const pugi::xml_node& element,
                         std::vector<SProblem>& problems)
 {
