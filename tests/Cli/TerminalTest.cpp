@@ -1,5 +1,6 @@
 #include "CliFixture.h"
 
+#include <algorithm>
 #include <sstream>
 
 namespace
@@ -78,6 +79,8 @@ TEST_F(CTerminalTest, TheInnermostFailureIsNamedOnceForEachTimeItHappens)
         }
         EXPECT_EQ(paths, expected + std::string("/2/0 "));
     }
+    const std::string lines = Lines(Run("-q " + Suite(group(fails, "to=\"40000\""))).out, "Failed: /1/0/0 ");
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 40000);
 }
 
 TEST_F(CTerminalTest, ColoursAndProgressFollowTheTerminalUnlessAskedFor)
