@@ -14,10 +14,10 @@ struct SSelection
     std::string pattern;
 };
 
-/// Applies the operator's selection to a tree. A pattern that begins with "/" followed by a digit, or is "/", is a
-/// node's path; every other one is matched against the labels or names from the top-level groups down
-/// ("Group/Function"), where
-/// "*" and "?" stand for characters of one part and "**" for any number of parts. The first selection starts from
-/// nothing selected. Returns the patterns that match no node which can be selected.
+/// Applies the operator's selection to a tree, whose nodes are those of `DescribeTree`. A pattern that begins with "/"
+/// is matched against the nodes' paths, every other one against the labels or names from the top-level groups down
+/// ("Group/Function"); "*" and "?" stand for characters of one part and "**" for any number of parts. The first
+/// selection starts from nothing selected. Returns the patterns that match no node which can be selected. Takes time
+/// in proportion to the nodes, their depth and the length of the patterns.
 std::vector<std::string> ApplySelection(CTestSuiteNode& root, const std::vector<SDescribedNode>& nodes,
                                         const std::vector<SSelection>& selections);
