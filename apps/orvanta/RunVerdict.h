@@ -4,9 +4,8 @@
 
 class CTestSuiteLog;
 
-/// Sees to it that a run with an error, a failure or an operator's abort never passes, wherever it was written: tells
-/// the suite log what its entries cannot tell, and the engine of an abort. Told before the other listeners. Owned by
-/// the command; the suite log outlives it.
+/// Marks a run as not passed when an error or a failure is logged outside its tests too, and tells the engine of an
+/// operator's abort. Added before the other listeners. Owned by the command; the suite log outlives it.
 class CRunVerdict : public CHostListener
 {
 public:
