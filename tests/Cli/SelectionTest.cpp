@@ -72,6 +72,8 @@ TEST_F(CSelectionTest, AGroupIsMarkedWhileAllBelowItIs)
     {
         EXPECT_EQ(Marked(options, "x:Group"), groups) << options;
     }
+    const TJson nodes = TJson::parse(Orvanta("list --json -t /** suite.xml").out)[0]["nodes"];
+    EXPECT_EQ(nodes[2]["selected"], true) << "what stands below the init group is reached by its own path alone";
 }
 
 TEST_F(CSelectionTest, LongPatternsAndManyNodesTakeNoLonger)

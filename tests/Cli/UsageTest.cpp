@@ -31,6 +31,7 @@ TEST_F(CUsageTest, AWrongCommandLineRunsNothingAndSaysWhatIsWrong)
         {"run --log-level much suite.xml", "much", run},
         {"run --color red suite.xml", "'red' is none of auto, always, never", run},
         {"run -q -v suite.xml", "excludes", run},
+        {"run -v --log-level 3 suite.xml", "excludes", run},
         {"run --validation --diagnostic suite.xml", "excludes", run},
         {"list --record r suite.xml", "--record", list},
         {"run --filter Nope --settings filters.ini suite.xml", "unknown filter 'Nope'; known filters: Lab, Field", run},
