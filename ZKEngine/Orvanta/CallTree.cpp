@@ -36,6 +36,30 @@ private:
     QLockFile& m_Lock;
 };
 
+/// Marks a runner as running, and one run more as under way in the process, while it lives.
+class CRunMark
+{
+public:
+    CRunMark(bool& isRunning, std::atomic<int>& runsUnderWay)
+        : m_IsRunning(isRunning)
+        , m_RunsUnderWay(runsUnderWay)
+    {
+        m_IsRunning = true;
+        ++m_RunsUnderWay;
+    }
+    ~CRunMark()
+    {
+        --m_RunsUnderWay;
+        m_IsRunning = false;
+    }
+    CRunMark(const CRunMark&) = delete;
+    CRunMark& operator=(const CRunMark&) = delete;
+
+private:
+    bool& m_IsRunning;
+    std::atomic<int>& m_RunsUnderWay;
+};
+
 std::string DefaultLockFilePath()
 {
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
@@ -52,6 +76,16 @@ std::string LastComponent(const QString& path)
 {
     const std::string native = QDir::toNativeSeparators(path).toStdString();
     return native.substr(native.find_last_of("/\\") + 1);
+}
+
+CTestSuiteLog& NeededSuiteLog()
+{
+    CTestSuiteLog* const suiteLog = CAppState::TestSuiteLog();
+    if (!suiteLog)
+    {
+        throw ZKRunTimeException("INTERNAL ERROR: NULL test suite log object.");
+    }
+    return *suiteLog;
 }
 
 /// Writes a line about the lock.
@@ -81,6 +115,7 @@ SResultTexts ChooseResultTexts(const CTestSuiteLog* suiteLog)
 } // namespace
 
 std::atomic<bool> CCallTree::m_DoCancel = false;
+std::atomic<int> CCallTree::m_RunsUnderWay = 0;
 
 std::string GetLockFilePath()
 {
@@ -135,21 +170,17 @@ CCallTree::~CCallTree()
 
 TEST_STATUS CCallTree::CallTree()
 {
+    CTestSuiteLog& suiteLog = NeededSuiteLog();
+    RefuseToStart();
+    const CRunMark mark(m_IsRunning, m_RunsUnderWay);
     m_ResultText.clear();
-    CTestSuiteLog* const suiteLog = CAppState::TestSuiteLog();
-    if (!suiteLog)
-    {
-        throw ZKRunTimeException("INTERNAL ERROR: NULL test suite log object.");
-    }
-    if (!m_State->Document())
-    {
-        ThrowFormatted<ZKRunTimeException>("Test suite '%s' has no document to run: initialize it first.",
-                                           qUtf8Printable(m_State->TestName()));
-    }
-    DisplayStartupBanner(*suiteLog, *m_State);
+    DisplayStartupBanner(suiteLog, *m_State);
     CAppState::ReportNamePart("");
-    m_DoCancel = false;
-    CUIUpdate::GetUIUpdate().AbortFunction(false);
+    if (!IsWithinARun())
+    {
+        m_DoCancel = false;
+    }
+    ForgetAbort();
     m_LockAcquired = true;
     LogLock("Acquiring execution lock...");
     FlushOutput(false);
@@ -161,9 +192,41 @@ TEST_STATUS CCallTree::CallTree()
     return RunLocked();
 }
 
+void CCallTree::RefuseToStart() const
+{
+    const QByteArray name = m_State->TestName().toUtf8();
+    if (m_IsRunning)
+    {
+        ThrowFormatted<ZKRunTimeException>("Test suite '%s' is running: start it again when this run has ended.",
+                                           name.constData());
+    }
+    if (!m_State->Document())
+    {
+        ThrowFormatted<ZKRunTimeException>("Test suite '%s' has no document to run: initialize it first.",
+                                           name.constData());
+    }
+    if (!m_State->IsValid())
+    {
+        ThrowFormatted<ZKRunTimeException>("Test suite '%s' is not valid: correct its file, reload it and build its "
+                                           "tree anew.",
+                                           name.constData());
+    }
+}
+
+void CCallTree::ForgetAbort()
+{
+    if (!IsWithinARun())
+    {
+        CUIUpdate::GetUIUpdate().AbortFunction(false);
+    }
+}
+
 TEST_STATUS CCallTree::Refuse()
 {
-    CAppState::TestSuiteLog()->TestSuitePhase(1);
+    if (CTestSuiteLog* const suiteLog = CAppState::TestSuiteLog())
+    {
+        suiteLog->TestSuitePhase(1);
+    }
     WriteAtDefaults(TS_ERROR,
                     "\nAnother application is running ZK Compliance tests.\n\n  Only one application may run a "
                     "Compliance Test at a time.");
@@ -185,14 +248,20 @@ TEST_STATUS CCallTree::RunLocked()
                 },
                 [&](const ZKUserAbort&) -> TEST_STATUS
                 {
-                    CAppState::TestSuiteLog()->OperatorAborted();
+                    if (CTestSuiteLog* const suiteLog = CAppState::TestSuiteLog())
+                    {
+                        suiteLog->OperatorAborted();
+                    }
                     WriteLog(TS_NONE, LL_WARNING, DefaultAbortFormat(), "User aborted test suite.");
                     cleanUpFailed();
                     throw;
                 },
                 [&](UnknownFailure) -> TEST_STATUS
                 {
-                    CAppState::TestSuiteLog()->RunFailed();
+                    if (CTestSuiteLog* const suiteLog = CAppState::TestSuiteLog())
+                    {
+                        suiteLog->RunFailed();
+                    }
                     cleanUpFailed();
                     throw;
                 });
@@ -201,7 +270,7 @@ TEST_STATUS CCallTree::RunLocked()
 
 TEST_STATUS CCallTree::RunSuite()
 {
-    CAppState::TestSuiteLog()->SetSuiteName(LastComponent(m_State->Document()->FileName()));
+    NeededSuiteLog().SetSuiteName(LastComponent(m_State->Document()->FileName()));
     m_State->RunTestSuite(false);
     FlushOutput(true);
     return CAppState::Log().TestStatus(TS_NONE);
@@ -226,7 +295,7 @@ TEST_STATUS CCallTree::TestRunCleanup(TEST_STATUS status)
     CAppState::FunctionIsExecuting(false);
 
     const bool passed = suiteLog && suiteLog->SuitePassed();
-    QString headline = MakeHeadline(passed);
+    QString headline = MakeHeadline(suiteLog, passed);
     if (m_LockAcquired)
     {
         CAppState::AppendReportNamePart(" - ");
@@ -240,18 +309,18 @@ TEST_STATUS CCallTree::TestRunCleanup(TEST_STATUS status)
     headline += QLatin1Char('!');
     CAppState::UserInput().ShowInfo(UI_MODE_NORMAL, UI_NO_TIMEOUT, headline.toStdString(), true, "",
                                     passed ? UI_EMPHASIS_NONE : UI_EMPHASIS_FAILURE, gui::ABORT_BTN_SHOWN, "");
-    CUIUpdate::GetUIUpdate().AbortFunction(false);
+    ForgetAbort();
     return status;
 }
 
-QString CCallTree::MakeHeadline(bool passed)
+QString CCallTree::MakeHeadline(const CTestSuiteLog* suiteLog, bool passed)
 {
     const QString headline = QStringLiteral("Test suite ");
     if (!m_LockAcquired)
     {
         return headline + QStringLiteral("did not execute");
     }
-    const SResultTexts texts = ChooseResultTexts(CAppState::TestSuiteLog());
+    const SResultTexts texts = ChooseResultTexts(suiteLog);
     if (CAppState::ExecutionType() == EXECUTION_NORMAL)
     {
         m_ResultText = QString::fromLatin1(m_DoCancel ? "Aborted" : passed ? texts.pass : texts.fail);

@@ -21,7 +21,8 @@ ORVANTA_EXPORT std::string GetLockFilePath();
 ORVANTA_EXPORT void DisplayStartupBanner(CTestSuiteLog& suiteLog, const TestSuiteState& state);
 
 /// Runs a suite for the host: banner, execution lock, run, summary, headline. While one runner holds the lock, in this
-/// process or another, every other run is refused. Owned by the host, which may run it any number of times.
+/// process or another, every other run is refused; the cancel and abort requests of the one that runs stay. Owned by
+/// the host, which may run it any number of times, one run after the other.
 class ORVANTA_EXPORT CCallTree
 {
 public:
@@ -32,8 +33,9 @@ public:
     CCallTree& operator=(const CCallTree&) = delete;
 
     /// One run; returns the status that the logger has gathered since it was last cleared. Throws `ZKRunTimeException`
-    /// before anything else when there is no suite log or no document. What leaves the run, the operator's abort too,
-    /// passes on after the summary; exhausted memory passes on without one. The lock is free on every way out.
+    /// before anything else when there is no suite log, no valid document, or when this runner is running already. What
+    /// leaves the run, the operator's abort too, passes on after the summary; exhausted memory passes on without one.
+    /// The lock is free on every way out.
     TEST_STATUS CallTree();
 
     /// The host's request to call the running suite aborted; may be set from another thread. A new run clears it.
@@ -51,17 +53,25 @@ public:
 private:
     TEST_STATUS RunLocked();
     TEST_STATUS RunSuite();
+    /// Throws when the suite cannot be run, or is being run by this object.
+    void RefuseToStart() const;
     TEST_STATUS Refuse();
     TEST_STATUS TestRunCleanup(TEST_STATUS status);
     void ReleaseLock();
-    QString MakeHeadline(bool passed);
+    QString MakeHeadline(const CTestSuiteLog* suiteLog, bool passed);
     void WriteClosingLine(bool passed) const;
 
+    /// Whether another runner of the process was running when this one began: its requests are not this one's to clear.
+    static bool IsWithinARun() { return m_RunsUnderWay > 1; }
+    static void ForgetAbort();
+
     TestSuiteState* m_State;
+    bool m_IsRunning = false;
     bool m_LockAcquired = false;
     bool m_ValidationReport = false;
     QLockFile m_Lock;
     QString m_ResultText;
 
     static std::atomic<bool> m_DoCancel;
+    static std::atomic<int> m_RunsUnderWay;
 };

@@ -78,6 +78,7 @@ void TestSuiteState::Reset()
     m_IsValid = false;
     m_IsLoaded = false;
     m_Document.reset();
+    m_TestSuiteNode = nullptr;
 }
 
 void TestSuiteState::Initialize()
@@ -118,9 +119,12 @@ bool TestSuiteState::RunTestSuite(bool stopOnFail)
 {
     if (!m_TestSuiteNode)
     {
-        ThrowFormatted<ZKRunTimeException>("Test suite '%s' has no tree to run: set its root node first.",
-                                           qUtf8Printable(m_TestName));
+        ThrowFormatted<ZKRunTimeException>(
+            "Test suite '%s' has no tree to run: set a root node built from the document "
+            "as last read.",
+            qUtf8Printable(m_TestName));
     }
+    const std::shared_ptr<CDOMDocTestSuite> document = m_Document;
     return m_TestSuiteNode->Execute(stopOnFail);
 }
 

@@ -12,8 +12,8 @@ class QObject;
 
 /// One suite file as the host sees it: its path, the load decision, the parsed document and the root of its tree. The
 /// host owns it and the root; copies share the document. Usual order: construct with `CDOMDocTestSuite::ShouldLoad`,
-/// `Initialize`, `Activate`, `TestSuiteNode`, then any number of runs through `CCallTree`. After a `Reload` the root
-/// has to be built anew: the old one's elements are gone.
+/// `Initialize`, `Activate`, `TestSuiteNode`, then any number of runs through `CCallTree`. Reading the file drops the
+/// root, whose elements go with the old document: build a new one after each `Initialize` and `Reload`.
 class ORVANTA_EXPORT TestSuiteState
 {
 public:
@@ -29,7 +29,8 @@ public:
     TestSuiteState* Reload();
     /// Writes to the log what became of the document. The object is not used.
     TestSuiteState* Activate(QObject* unused);
-    /// Runs the tree; `ZKRunTimeException` when no root was set.
+    /// Runs the tree; `ZKRunTimeException` when no root was set since the file was read. The document lives on until
+    /// the run ends, whatever becomes of the state meanwhile.
     bool RunTestSuite(bool stopOnFail);
 
     void TestSuiteNode(CTestSuiteNode* node) { m_TestSuiteNode = node; }

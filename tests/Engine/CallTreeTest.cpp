@@ -405,7 +405,11 @@ TEST(CallTree, WhatARunNeeds)
     run.Host.Clear();
     TestSuiteState unread(QStringLiteral("/nowhere/suite.xml"), ACCESS_IN_APPLICATION);
     CCallTree withoutDocument(&unread);
-    EXPECT_THROW(withoutDocument.CallTree(), ZKRunTimeException);
+    EXPECT_EQ(ThrownText<ZKRunTimeException>([&] { withoutDocument.CallTree(); }),
+              "Test suite 'suite' has no document to run: initialize it first.");
+    unread.Initialize();
+    EXPECT_EQ(ThrownText<ZKRunTimeException>([&] { withoutDocument.CallTree(); }),
+              "Test suite 'suite' is not valid: correct its file, reload it and build its tree anew.");
     EXPECT_EQ(run.Host.Text(REC_ALL), "");
 
     run.Host.Services.TestSuiteLog = nullptr;
@@ -415,6 +419,72 @@ TEST(CallTree, WhatARunNeeds)
                   "INTERNAL ERROR: NULL test suite log object.");
     }
     EXPECT_EQ(run.Host.Text(REC_ALL), "");
+}
+
+TEST(CallTree, AfterAReloadARunNeedsANewTree)
+{
+    CRun run(Suite("Succeed", "Succeed"));
+    run.State().Reload();
+    EXPECT_EQ(ThrownText<ZKRunTimeException>([&] { run.Tree->CallTree(); }),
+              "Test suite 'suite' has no tree to run: set a root node built from the document as last read.");
+    CTestSuiteNode root(run.State().Document()->GetRootElement());
+    run.State().TestSuiteNode(&root);
+    run.Host.NewSuiteLog();
+    run.Host.Clear();
+    run.Host.At("Entering x:Group", [&] { run.State().Reload(); }); // the document in use lives on
+    run.Tree->CallTree();
+    EXPECT_EQ(run.Headline(), "headline 0: Test suite Passed!");
+}
+
+TEST(CallTree, ARunWithinARunIsRefused)
+{
+    CRun run(Suite("Succeed", "Succeed"));
+    CCallTree other(&run.State());
+    run.Host.Answers({EPromptEnd::Ok}); // during a run the headline of a refused one is a prompt
+    std::string refusal;
+    run.Host.At("Entering x:Group",
+                [&]
+                {
+                    CCallTree::Cancel(true);
+                    CUIUpdate::GetUIUpdate().AbortFunction(true);
+                    refusal = ThrownText<ZKRunTimeException>([&] { run.Tree->CallTree(); });
+                    EXPECT_EQ(other.CallTree(), TS_ERROR);
+                    EXPECT_FALSE(run.LockIsFree());
+                    EXPECT_TRUE(CUIUpdate::GetUIUpdate().AbortFunction());
+                });
+    run.Tree->CallTree();
+    EXPECT_EQ(refusal, "Test suite 'suite' is running: start it again when this run has ended.");
+    EXPECT_EQ(run.Headline(), "headline 3: Test suite Aborted!");
+    EXPECT_NE(run.Host.Text(REC_CALLS).find("'Test suite did not execute!'"), std::string::npos);
+    EXPECT_TRUE(run.Tree->LockAcquired() && run.LockIsFree());
+    EXPECT_EQ(run.Host.Services.ReportName, " - Aborted");
+    EXPECT_FALSE(CUIUpdate::GetUIUpdate().AbortFunction());
+}
+
+TEST(CallTree, WhenTheHostTakesTheSuiteLogAway)
+{
+    const std::string bare = RELEASED + "headline 3: Test suite Did not execute!\n";
+    const std::tuple<const char*, std::function<void()>, std::string> rows[] = {
+        {"Execution lock acquired.", [] {}, bare},
+        {"SetSuiteName", [] { throw ZKUserAbort("stop"); }, "log TS_NONE L4 abort: User aborted test suite.\n" + bare},
+        {"SetSuiteName", [] { throw ZKRunTimeException("T"); }, bare},
+    };
+    for (const auto& [at, raise, rest] : rows)
+    {
+        CRun run(Suite("Succeed", "Succeed"));
+        run.Host.At(at,
+                    [&, &act = raise]
+                    {
+                        run.Host.Services.TestSuiteLog = nullptr;
+                        act();
+                    });
+        EXPECT_ANY_THROW(run.Tree->CallTree());
+        EXPECT_EQ(Story(run.Host), LOCKED + rest);
+    }
+    CRun refused(Suite("Succeed", "Succeed"));
+    const CLockingProcess other(refused.Host.Folder() + QStringLiteral("/lock"));
+    refused.Host.At("Acquiring", [&] { refused.Host.Services.TestSuiteLog = nullptr; });
+    EXPECT_EQ(refused.Tree->CallTree(), TS_ERROR);
 }
 
 TEST(CallTree, WhatLeavesTheRun)
