@@ -1,5 +1,7 @@
 #include <Orvanta/DOMDocTestSuite.h>
 
+#include <Orvanta/Element.h>
+
 #include <CoreKit/CatchLadder.h>
 #include <HostKit/AppSettings.h>
 #include <HostKit/AppState.h>
@@ -33,7 +35,7 @@ void ReadFirstText(const pugi::xpath_node_set& nodes, QString& text)
 {
     if (!nodes.empty())
     {
-        text = QString::fromUtf8(nodes.first().node().child_value());
+        text = QString::fromUtf8(ElementText(nodes.first().node()).c_str());
     }
 }
 
@@ -96,6 +98,9 @@ bool CDOMDocTestSuite::ParseDoc()
     return Guarded(
         [this]
         {
+            CDOMDocTestSuite::Reset();
+            m_HasTest = false;
+            m_DocVariableList.Clear();
             if (!CDOMDoc::ParseDoc())
             {
                 return false;
@@ -130,7 +135,7 @@ void CDOMDocTestSuite::ReadTopLevel(const pugi::xml_node& root)
     ReadFirstText(loadErrors, m_LibraryLoadErrorMsg);
     ReadFirstText(RunQuery(root, "x:Tooltip"), m_ToolTip);
     MakeVariableList(RunQuery(root, "x:Variables").first().node());
-    m_HasTest = m_HasTest || HasPassFailTest(root);
+    m_HasTest = HasPassFailTest(root);
 }
 
 bool CDOMDocTestSuite::HasPassFailTest(const pugi::xml_node& root)
@@ -182,13 +187,10 @@ QString CDOMDocTestSuite::MakeDisplayString(const pugi::xml_node& node)
 
 void CDOMDocTestSuite::MakeVariableList(const pugi::xml_node& variables)
 {
-    for (const pugi::xml_node& declaration : variables.children())
+    if (const pugi::xml_node other = AddDeclarations(m_DocVariableList, variables))
     {
-        if (declaration.type() == pugi::node_element && !m_DocVariableList.AddDeclaration(declaration))
-        {
-            ThrowFormatted<ZKDOMDocException>("\n%s(%d): %s:\nInvalid variable type: %s", SOURCE_FILE, __LINE__,
-                                              "CDOMDocTestSuite::MakeVariableList", declaration.name());
-        }
+        ThrowFormatted<ZKDOMDocException>("\n%s(%d): %s:\nInvalid variable type: %s", SOURCE_FILE, __LINE__,
+                                          "CDOMDocTestSuite::MakeVariableList", other.name());
     }
 }
 

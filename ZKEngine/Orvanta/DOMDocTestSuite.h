@@ -35,8 +35,8 @@ public:
     explicit CDOMDocTestSuite(const QString& path);
     ~CDOMDocTestSuite() override;
 
-    /// Parses, validates and reads the top level. False when the file is not valid (its errors are kept) or its
-    /// variables are wrong (no error is kept). Only exhausted memory leaves as an exception.
+    /// Parses, validates and reads the top level, afresh each time. False when the file is not valid (its errors are
+    /// kept) or its variables are wrong (no error is kept). Only exhausted memory leaves as an exception.
     bool ParseDoc() override;
     void Reset() override;
 

@@ -1,5 +1,6 @@
 #include <Orvanta/TestSuiteNode.h>
 
+#include <Orvanta/Element.h>
 #include <Orvanta/GroupNode.h>
 
 #include <CoreKit/CatchLadder.h>
@@ -170,13 +171,10 @@ void CTestSuiteNode::ResetVariableList(const pugi::xml_node& variables, CVariabl
 {
     VariableList(nullptr);
     list.Clear();
-    for (const pugi::xml_node& declaration : variables.children())
+    if (const pugi::xml_node other = AddDeclarations(list, variables))
     {
-        if (declaration.type() == pugi::node_element && !list.AddDeclaration(declaration))
-        {
-            ThrowFormatted<CTestSuiteException>("\n%s(%d): %s:\nInvalid variable type: %s", SOURCE_FILE, __LINE__,
-                                                "CTestSuiteNode::ResetVariableList", declaration.name());
-        }
+        ThrowFormatted<CTestSuiteException>("\n%s(%d): %s:\nInvalid variable type: %s", SOURCE_FILE, __LINE__,
+                                            "CTestSuiteNode::ResetVariableList", other.name());
     }
     VariableList(&m_SuiteVariables);
 }
@@ -286,7 +284,7 @@ void CTestSuiteNode::ReportLoadFailure() const
     {
         message = m_Node.first_element_by_path("x:DllLoadError", '/');
     }
-    const CSafeString text(message.child_value());
+    const CSafeString text = ElementText(message);
     if (!text.empty())
     {
         WriteLog(TS_FAILED, level, CFormatInfo(RED, true, 400, false),

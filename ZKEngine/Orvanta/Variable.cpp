@@ -10,10 +10,20 @@ namespace
 {
 constexpr const char* SOURCE_FILE = "ZKEngine/Orvanta/Variable";
 
+/// Qt also reads "0b11" as binary; in a suite it is no number.
+bool IsBinary(QStringView number)
+{
+    const bool hasSign = number.startsWith(QLatin1Char('+')) || number.startsWith(QLatin1Char('-'));
+    return number.mid(hasSign ? 1 : 0).startsWith(QLatin1String("0b"), Qt::CaseInsensitive);
+}
+
 bool ParseTrimmedNumber(const QString& text, std::uint64_t& value)
 {
+    const QString number = text.trimmed();
     bool valid = false;
-    value = text.trimmed().toULongLong(&valid, 0);
+    value = number.toULongLong(&valid, 0);
+    valid = valid && !IsBinary(number);
+    value = valid ? value : 0;
     return valid;
 }
 

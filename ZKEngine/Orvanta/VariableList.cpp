@@ -5,8 +5,6 @@
 #include <HostKit/AppState.h>
 #include <HostKit/Logger.h>
 
-#include <string_view>
-
 namespace
 {
 bool IsCompatible(const CVariable& variable, EDataType type)
@@ -65,22 +63,6 @@ void CVariableList::AddLocal(EDataType type, const char* name, const char* value
     AddVariable(name, CVariable::MakeVariable(type, QString::fromUtf8(value), false, config));
 }
 
-bool CVariableList::AddDeclaration(const pugi::xml_node& declaration)
-{
-    const EDataType type = TypeNameToType(QString::fromUtf8(declaration.attribute("type").value()));
-    const std::string_view element = declaration.name();
-    const bool isDefine = element == "x:Define";
-    if (!isDefine && element != "x:Local")
-    {
-        return false;
-    }
-    const char* name = declaration.attribute("name").value();
-    const char* value = declaration.attribute("value").value();
-    const QString config = QString::fromUtf8(declaration.attribute("ZKconfig").value());
-    isDefine ? AddDefine(type, name, value, config) : AddLocal(type, name, value, config);
-    return true;
-}
-
 void CVariableList::AddVariable(const char* name, const CVariable& variable)
 {
     if (!name || !m_Variables.emplace(QString::fromUtf8(name), variable).second)
@@ -94,13 +76,13 @@ bool CVariableList::VariableExists(const QString& name) const
     return m_Variables.count(name) != 0;
 }
 
-const CVariable* CVariableList::GetConfig(const QString& config) const
+CVariable* CVariableList::GetConfig(const QString& config) const
 {
     for (const auto& [name, variable] : m_Variables)
     {
         if (variable.Config() == config)
         {
-            return &variable;
+            return const_cast<CVariable*>(&variable);
         }
     }
     return nullptr;

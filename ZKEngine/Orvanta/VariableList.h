@@ -5,8 +5,6 @@
 
 #include <QString>
 
-#include <pugixml.hpp>
-
 #include <cstdint>
 #include <map>
 
@@ -28,9 +26,6 @@ public:
     /// Add a constant or a variable; a name that exists already, or a null one, is an error.
     void AddDefine(EDataType type, const char* name, const char* value, const QString& config);
     void AddLocal(EDataType type, const char* name, const char* value, const QString& config);
-    /// Adds what an "x:Define" or "x:Local" element declares; false for every other element. The type is converted
-    /// first.
-    bool AddDeclaration(const pugi::xml_node& declaration);
     void Clear() { m_Variables.clear(); }
 
     bool VariableExists(const QString& name) const;
@@ -38,7 +33,7 @@ public:
     CVariable& GetVariable(const QString& name);
 
     /// The first variable, in name order, that carries the tag; null when none does. Owned by the list.
-    const CVariable* GetConfig(const QString& config) const;
+    CVariable* GetConfig(const QString& config) const;
 
     /// A variable's value read as `DT_LONG`, or a literal cut to 32 bits; 0 for a text that is neither.
     std::uint32_t ExtractValue(const QString& text) const;

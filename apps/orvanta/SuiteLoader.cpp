@@ -8,6 +8,7 @@
 #include <HostKit/AppState.h>
 #include <HostKit/TestSuiteFilters.h>
 #include <Orvanta/DOMDocTestSuite.h>
+#include <Orvanta/Element.h>
 #include <Orvanta/MakeNode.h>
 #include <Orvanta/VariableList.h>
 
@@ -85,7 +86,7 @@ std::vector<SProblem> VariableProblems(const QString& file)
         {
             continue;
         }
-        Guarded([&] { variables.AddDeclaration(declaration); },
+        Guarded([&] { AddDeclaration(variables, declaration); },
                 [&](const ZKException& exception)
                 {
                     const SElementPlace place = document.Place(declaration);

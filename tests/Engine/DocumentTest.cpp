@@ -101,17 +101,19 @@ TEST(ShouldLoad, TakesWhatCanBeReadOfABadFile)
 TEST(Document, ReadsTheTopLevel)
 {
     CRecordingHost host;
-    const auto document = Document(host,
-                                   "<x:Tooltip>tip one</x:Tooltip><x:Tooltip>tip two</x:Tooltip>"
-                                   "<x:DllLoadError>dll</x:DllLoadError><x:LibraryLoadError>lib</x:LibraryLoadError>"
-                                   "<x:LibraryLoadError>more</x:LibraryLoadError>"
-                                   "<x:Variables><!-- none --><x:Local type='BYTE' name='$l' value='7'/>"
-                                   "<x:Define type='LONG' name='$d' value='8' ZKconfig='DEBUG_MODE'/></x:Variables>"
-                                   "<x:Variables><x:Local type='BYTE' name='$second'/></x:Variables>" +
-                                       EMPTY_GROUPS,
-                                   "name='Log name' library='lib' dll='dll'");
+    const auto document =
+        Document(host,
+                 "<x:Tooltip>tip <!-- the -->o<![CDATA[n]]>e</x:Tooltip><x:Tooltip>tip two</x:Tooltip>"
+                 "<x:DllLoadError>dll</x:DllLoadError><x:LibraryLoadError>lib</x:LibraryLoadError>"
+                 "<x:LibraryLoadError>more</x:LibraryLoadError>"
+                 "<x:Variables><!-- none --><x:Local type='BYTE' name='$l' value='7'/>"
+                 "<x:Define type='LONG' name='$d' value='8' ZKconfig='DEBUG_MODE'/></x:Variables>"
+                 "<x:Variables><x:Local type='BYTE' name='$second'/></x:Variables>" +
+                     EMPTY_GROUPS,
+                 "name='Log name' library='lib' dll='dll'");
     EXPECT_EQ(document->LibFileName(), QString());
     ASSERT_TRUE(document->ParseDoc());
+    ASSERT_TRUE(document->ParseDoc()) << "reads afresh";
     EXPECT_TRUE(document->Parsed());
     EXPECT_EQ(document->LibFileName(), QStringLiteral("lib"));
     EXPECT_EQ(document->LogName(), QStringLiteral("Log name"));
@@ -157,6 +159,9 @@ TEST(Document, HasATestWhenATopLevelGroupHas)
                                "");
     EXPECT_TRUE(with->ParseDoc());
     EXPECT_TRUE(with->HasTest());
+    Document(host, EMPTY_GROUPS, "");
+    EXPECT_TRUE(with->ParseDoc());
+    EXPECT_FALSE(with->HasTest());
 }
 
 TEST(Document, WrongVariablesResetIt)

@@ -201,7 +201,7 @@ log TS_FAILED L2 (255,0,0,255 400): Error message: /nowhere/libnosuch.so: no suc
     const std::string advice = "log TS_FAILED L2 (255,0,0,255 400 italic): --------------------------\\n";
     const std::tuple<const char*, const char*, std::string> rows[] = {
         {"library='nosuch'", "", head},
-        {"dll='nosuch'", "<x:LibraryLoadError>Ask.</x:LibraryLoadError>", head + advice + "Ask.\n"},
+        {"dll='nosuch'", "<x:LibraryLoadError>A<!-- -->s<![CDATA[k]]>.</x:LibraryLoadError>", head + advice + "Ask.\n"},
         {"library='nosuch' dll='EngineTests'", "<x:DllLoadError>Old.</x:DllLoadError>", head + advice + "Old.\n"},
         {"library='nosuch'", "<x:DllLoadError>Old.</x:DllLoadError><x:LibraryLoadError>New.</x:LibraryLoadError>",
          head + advice + "New.\n"},

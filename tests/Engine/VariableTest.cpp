@@ -28,7 +28,7 @@ TEST(Variable, LiteralsOfEveryType)
     const std::tuple<EDataType, const char*, std::uint64_t> rows[] = {
         {DT_BYTE, "0x1F", 31}, {DT_BYTE, "017", 15}, {DT_BYTE, " \t42 ", 42}, {DT_BYTE, "300", 300},
         {DT_BYTE, "True", 1}, {DT_BYTE, "FALSE", 0}, {DT_BYTE, "Null", 0}, {DT_BYTE, "", 0}, {DT_BYTE, " true", 0},
-        {DT_LONG, "08", 0}, {DT_LONG, "-1", 0},
+        {DT_LONG, "08", 0}, {DT_LONG, "-1", 0}, {DT_LONG, "+5", 5}, {DT_LONG, "0b11", 0}, {DT_BOOL, " +0B1", 0}, {DT_PVOID, "-0b1", 0},
         {DT_LONGLONG, "18446744073709551615", ALL_ONES}, {DT_LONGLONG, "18446744073709551616", 0},
         {DT_BOOL, " 0x100 ", 1}, {DT_BOOL, "0", 0}, {DT_BOOL, "tRUE", 1}, {DT_BOOL, "yes", 0},
         {DT_PVOID, " 0x1000 ", 0x1000}, {DT_PVOID, "null", 0}, {DT_PVOID, "true", 0},

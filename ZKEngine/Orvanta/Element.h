@@ -1,0 +1,20 @@
+#pragma once
+
+#include <Orvanta/OrvantaExport.h>
+
+#include <CoreKit/SafeString.h>
+
+#include <pugixml.hpp>
+
+class CVariableList;
+
+/// The text directly inside an element; comments and CDATA sections do not cut it. Empty without an element.
+CSafeString ElementText(const pugi::xml_node& element);
+
+/// Adds what an "x:Define" or "x:Local" element declares; false for every other element. Throws for a bad type, which
+/// is looked at first, and for a name that exists already.
+ORVANTA_EXPORT bool AddDeclaration(CVariableList& list, const pugi::xml_node& declaration);
+
+/// Adds every declaration below an element, up to the first child element that is none: that one is returned, else
+/// null.
+pugi::xml_node AddDeclarations(CVariableList& list, const pugi::xml_node& variables);
