@@ -3,7 +3,10 @@
 #include <Orvanta/NumericBaseNode.h>
 
 #include <CoreKit/CatchLadder.h>
+#include <CoreKit/Format.h>
 #include <HostKit/Logger.h>
+
+#include <stdexcept>
 
 const CBooleanOperatorNode::TOperation CBooleanOperatorNode::Equals = std::equal_to<std::uint64_t>();
 const CBooleanOperatorNode::TOperation CBooleanOperatorNode::NotEqual = std::not_equal_to<std::uint64_t>();
@@ -31,9 +34,13 @@ bool CBooleanOperatorNode::DoDiagOnly()
 
 std::pair<bool, bool> CBooleanOperatorNode::Calculate()
 {
-    CNode* const left = m_Children.at(0);
-    CNode* const right = m_Children.at(1);
-    return Guarded([&] { return Compare(left, right); },
+    if (m_Children.size() < 2)
+    {
+        throw std::out_of_range(
+            FormatText("%s needs two terms, has %u", TypeName().c_str(), static_cast<unsigned>(m_Children.size()))
+                .c_str());
+    }
+    return Guarded([this] { return Compare(m_Children[0], m_Children[1]); },
                    [this](const std::exception& exception)
                    {
                        LogError("%s: unexpected failure: %s", TypeName().c_str(), exception.what());

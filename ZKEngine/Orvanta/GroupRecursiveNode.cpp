@@ -74,7 +74,7 @@ bool CGroupRecursiveNode::DoExecute(bool stopOnFail)
             LogTrace("%s - Exiting %s.", qUtf8Printable(m_Indent), TypeName().c_str());
             return result;
         },
-        [](const std::bad_alloc&) -> bool
+        [](OutOfMemory) -> bool
         {
             CloseTestLog();
             throw;
@@ -218,7 +218,7 @@ void CGroupRecursiveNode::ChooseAdvance(SAttributes& attributes)
     }
     else
     {
-        ChooseStep(attributes.interval);
+        ChooseStep(attributes.interval, isCompared);
     }
 }
 
@@ -241,13 +241,13 @@ bool CGroupRecursiveNode::BoundsExclude() const
     return true;
 }
 
-void CGroupRecursiveNode::ChooseStep(const SAttribute& interval)
+void CGroupRecursiveNode::ChooseStep(const SAttribute& interval, bool isCompared)
 {
     if (interval.isPresent)
     {
         m_Interval = interval.number;
     }
-    if (m_Interval == 0)
+    if (m_Interval == 0 && isCompared && !PassedTo())
     {
         ThrowFormatted<CTestSuiteException>("%s \"%s\": with an \"interval\" of 0 the loop would never end.",
                                             TypeName().c_str(), qUtf8Printable(Name()));

@@ -15,8 +15,8 @@ class CVariable;
 /// step beyond its variable's range ends the loop.
 ///
 /// Errors of the family pass through, logged, but for the group's own stop on failure, which ends it as failed, like
-/// other `std::exception`s. What is wrong at the start of a run (an unknown iterator, an interval of 0) passes through
-/// unlogged.
+/// other `std::exception`s. What is wrong at the start of a run (an unknown iterator, an interval of 0 that would never
+/// reach "to") passes through unlogged.
 class ORVANTA_EXPORT CGroupRecursiveNode : public CGroupNode
 {
 public:
@@ -73,7 +73,7 @@ private:
     void ChooseAdvance(SAttributes& attributes);
     /// Warns of bounds that leave nothing to iterate over; true when it did.
     bool BoundsExclude() const;
-    void ChooseStep(const SAttribute& interval);
+    void ChooseStep(const SAttribute& interval, bool isCompared);
     void LogAttribute(const SAttribute& attribute) const;
 
     bool RunPasses(bool stopOnFail);

@@ -149,6 +149,7 @@ protected:
     virtual bool DoDiagOnly();
 
     const std::vector<CNode*>& GetChildren() const { return DoGetChildren(); }
+    std::vector<CNode*>& GetChildren() { return const_cast<std::vector<CNode*>&>(DoGetChildren()); }
     const std::vector<CNode*>& DoGetSelectableChildren() const { return m_SelectableChildren; }
     const std::vector<CNode*>& GetSelectableChildren() const { return DoGetSelectableChildren(); }
 
