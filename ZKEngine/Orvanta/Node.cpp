@@ -13,6 +13,7 @@
 #include <cstdarg>
 #include <numeric>
 #include <string_view>
+#include <utility>
 
 const CFormatInfo CNode::NODE_LOG_FORMAT(ZKColor{59, 59, 59, 255}, ZKColor{255, 255, 255, 0}, 400);
 CVariableList* CNode::m_VariableList = nullptr;
@@ -59,6 +60,8 @@ void CNode::BuildChildren()
             if (child->IsSelectable())
             {
                 m_SelectableChildren.push_back(child);
+                m_SelectableDescendents += 1 + child->m_SelectableDescendents;
+                child->m_CountedBy = this;
             }
         }
     }
@@ -134,24 +137,6 @@ int CNode::SelectableIndexInParent() const
     return m_Parent ? m_Parent->SelectableIndexFromChild(this) : 0;
 }
 
-int CNode::SelectableDescendentsCount() const
-{
-    return std::accumulate(m_SelectableChildren.begin(), m_SelectableChildren.end(), 0,
-                           [](int sum, const CNode* child) { return sum + 1 + child->SelectableDescendentsCount(); });
-}
-
-int CNode::CheckedDescendentsCount() const
-{
-    return std::accumulate(m_SelectableChildren.begin(), m_SelectableChildren.end(), 0,
-                           [](int sum, const CNode* child)
-                           { return sum + (child->m_Selected ? 1 : 0) + child->CheckedDescendentsCount(); });
-}
-
-bool CNode::AllDescendantsChecked() const
-{
-    return SelectableDescendentsCount() == CheckedDescendentsCount();
-}
-
 void CNode::CalcFamilyCount()
 {
     const std::vector<CNode*>& children = GetChildren();
@@ -210,21 +195,38 @@ QString CNode::GetDiagnosticString() const
 
 void CNode::SetSelected(bool selected, ESelectOption option)
 {
-    m_Selected = selected;
-    if (!(option & SELECT_NOT_DOWN))
-    {
-        for (CNode* child : m_SelectableChildren)
-        {
-            child->SetSelected(selected, static_cast<ESelectOption>(option | SELECT_NOT_UP));
-        }
-    }
+    TellCounters((option & SELECT_NOT_DOWN) ? Mark(selected) : MarkSubtree(selected));
     if (option & SELECT_NOT_UP)
     {
         return;
     }
     for (CNode* ancestor = m_Parent; ancestor; ancestor = ancestor->m_Parent)
     {
-        ancestor->m_Selected = ancestor->AllDescendantsChecked();
+        ancestor->TellCounters(ancestor->Mark(ancestor->AllDescendantsChecked()));
+    }
+}
+
+int CNode::Mark(bool selected)
+{
+    return (selected ? 1 : 0) - (std::exchange(m_Selected, selected) ? 1 : 0);
+}
+
+int CNode::MarkSubtree(bool selected)
+{
+    int change = 0;
+    for (CNode* child : m_SelectableChildren)
+    {
+        change += child->MarkSubtree(selected);
+    }
+    m_CheckedDescendents += change;
+    return change + Mark(selected);
+}
+
+void CNode::TellCounters(int change)
+{
+    for (CNode* node = m_CountedBy; change != 0 && node; node = node->m_CountedBy)
+    {
+        node->m_CheckedDescendents += change;
     }
 }
 

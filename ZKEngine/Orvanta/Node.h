@@ -84,9 +84,10 @@ public:
     /// 0 when the node is no selectable child, or has no parent.
     int SelectableIndexFromChild(const CNode* child) const;
     int SelectableIndexInParent() const;
-    int SelectableDescendentsCount() const;
-    int CheckedDescendentsCount() const;
-    bool AllDescendantsChecked() const;
+    /// How many nodes below can be selected, and how many of them are. Nothing below one that cannot be counts.
+    int SelectableDescendentsCount() const { return m_SelectableDescendents; }
+    int CheckedDescendentsCount() const { return m_CheckedDescendents; }
+    bool AllDescendantsChecked() const { return m_SelectableDescendents == m_CheckedDescendents; }
     /// Stores 1 plus what the children have stored: call it bottom-up.
     void CalcFamilyCount();
     std::uint64_t FamilyCount() const { return m_FamilyCount; }
@@ -200,8 +201,16 @@ protected:
 
 private:
     void BuildChildren();
+    /// Select the node, or it and everything below; the result is by how many more nodes are selected now.
+    int Mark(bool selected);
+    int MarkSubtree(bool selected);
+    /// Passes on to every node that counts this one by how many more nodes are selected now.
+    void TellCounters(int change);
 
     static CVariableList* m_VariableList;
 
     std::vector<std::unique_ptr<CNode>> m_Owned; ///< every node built from a child element
+    CNode* m_CountedBy = nullptr;                ///< the node whose selectable child this one is
+    int m_SelectableDescendents = 0;
+    int m_CheckedDescendents = 0;
 };

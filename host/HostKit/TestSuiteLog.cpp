@@ -1,8 +1,6 @@
 #include <HostKit/AppState.h>
 #include <HostKit/TestSuiteLog.h>
 
-#include <algorithm>
-
 CTestLog::CTestLog(std::string_view text, bool isTest, bool isSeparator)
     : m_Text(text)
     , m_StartTime(std::chrono::system_clock::now())
@@ -32,7 +30,8 @@ CTestSuiteLog::~CTestSuiteLog() = default;
 
 void CTestSuiteLog::AddTestLog(std::string_view text, bool isTest, bool isSeparator)
 {
-    m_Logs.emplace_back(text, isTest, isSeparator);
+    m_EarlierFailed = m_EarlierFailed || (m_Current && m_Current->Failed());
+    m_Current = CTestLog(text, isTest, isSeparator);
     m_TestCount += isTest ? 1 : 0;
     CAppState::Services().Listeners.ForEach([&](CHostListener& listener)
                                             { listener.TestLogAdded(text, isTest, isSeparator); });
@@ -40,7 +39,7 @@ void CTestSuiteLog::AddTestLog(std::string_view text, bool isTest, bool isSepara
 
 CTestLog* CTestSuiteLog::CurrentTestLog()
 {
-    return m_Logs.empty() ? nullptr : &m_Logs.back();
+    return m_Current ? &*m_Current : nullptr;
 }
 
 void CTestSuiteLog::SetSuiteName(std::string_view name)
@@ -65,7 +64,5 @@ std::uint32_t CTestSuiteLog::TestCount() const
 
 bool CTestSuiteLog::SuitePassed() const
 {
-    return !m_RunFailed && !m_OperatorAborted &&
-        std::all_of(m_Logs.begin(), m_Logs.end(),
-                    [](const CTestLog& log) { return log.FailureCount() == 0 && log.AbortCount() == 0; });
+    return !m_RunFailed && !m_OperatorAborted && !m_EarlierFailed && !(m_Current && m_Current->Failed());
 }

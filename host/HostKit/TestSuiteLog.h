@@ -4,7 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
-#include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -34,6 +34,7 @@ public:
     std::uint32_t FailureCount() const { return m_FailureCount; }
     std::uint32_t WarningCount() const { return m_WarningCount; }
     std::uint32_t AbortCount() const { return m_AbortCount; }
+    bool Failed() const { return m_FailureCount != 0 || m_AbortCount != 0; }
 
 private:
     std::string m_Text;
@@ -47,7 +48,8 @@ private:
     bool m_Closed = false;
 };
 
-/// The log of one run of a suite: its test logs in order and whether it passed. Owned by the host, a fresh one a run.
+/// The log of one run of a suite: its current test log, and what the earlier ones came to. Its size does not depend on
+/// how many there are. Owned by the host, a fresh one a run.
 class HOSTKIT_EXPORT CTestSuiteLog
 {
 public:
@@ -59,7 +61,8 @@ public:
     /// Opens an entry, which becomes the current one, and tells the listeners.
     virtual void AddTestLog(std::string_view text, bool isTest, bool isSeparator);
 
-    /// The entry opened last, null before the first. Valid as long as the log.
+    /// The entry opened last, null before the first. The object stays the same as long as the log: it becomes the next
+    /// entry when that is opened.
     virtual CTestLog* CurrentTestLog();
 
     virtual void SetSuiteName(std::string_view name);
@@ -79,13 +82,14 @@ public:
     /// True unless an entry counts a failure or an abort, the run failed otherwise or the operator aborted.
     virtual bool SuitePassed() const;
 
-    /// What the entries cannot tell: a node of the running tree ended in the failed state, or an error left the run; the
-    /// operator aborted.
+    /// What the entries cannot tell: a node of the running tree ended in the failed state, or an error left the run;
+    /// the operator aborted.
     void RunFailed() { m_RunFailed = true; }
     void OperatorAborted() { m_OperatorAborted = true; }
 
 private:
-    std::deque<CTestLog> m_Logs;
+    std::optional<CTestLog> m_Current;
+    bool m_EarlierFailed = false; ///< an entry before the current one counted a failure or an abort
     std::string m_SuiteName;
     std::uint32_t m_TestCount = 0;
     int m_Phase = 0;

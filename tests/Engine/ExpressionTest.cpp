@@ -405,9 +405,9 @@ TEST(Expression, LoopsThatEndOrAdvanceByCalculation)
         {"from='1' to='2' interval='3' iterator='$i' breakConditionType='NonStrict'", untilFive,
          "to (ignored), from, interval, iterator, breakConditionType (ignored), "
          "gt lhs=1, ne lhs=1, gt lhs=4, ne lhs=4, gt lhs=7, ne lhs=7, "},
-        // A next iteration alone: the bound counts.
         {"from='6' to='9' interval='0' iterator='$i'", untilFive,
          "to (ignored), from, interval, iterator, gt lhs=6, ne lhs=6, "},
+        // A next iteration alone: the bound counts.
         {"from='1' to='21' interval='3' iterator='$i' iterType='up' breakConditionType='NonStrict'", next,
          "to, from, interval (ignored), iterator (ignored), iterType (ignored), breakConditionType, "
          "ne lhs=1, value=11, ne lhs=11, value=21, ne lhs=21, value=31, ne lhs=31, "},

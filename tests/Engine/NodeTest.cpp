@@ -45,6 +45,18 @@ private:
     std::optional<std::pair<bool, bool>> m_Result;
 };
 
+/// How many selectable nodes, or selected ones, are below a node, counted one by one.
+int Selectable(const CNode& node, bool selectedOnly)
+{
+    int count = 0;
+    for (int i = 0; i < node.SelectableChildCount(); ++i)
+    {
+        const CNode& child = *node.GetSelectableChild(i);
+        count += (child.Selected() || !selectedOnly ? 1 : 0) + Selectable(child, selectedOnly);
+    }
+    return count;
+}
+
 const char* const TREE = R"(
     <x:InitGroup><x:Function name="Succeed"/></x:InitGroup>
     <x:Group name="A">
@@ -91,7 +103,10 @@ TEST(Node, SelectionReachesDownAndUpAsAsked)
         std::string selected;
         for (const char* path : {"/", "/0", "/0/0", "/1", "/1/0", "/1/1", "/1/2", "/1/2/0", "/2", "/2/0", "/3", "/3/0"})
         {
-            selected += suite.Node(path).Selected() ? std::string(selected.empty() ? "" : " ") + path : "";
+            const CNode& node = suite.Node(path);
+            selected += node.Selected() ? std::string(selected.empty() ? "" : " ") + path : "";
+            EXPECT_EQ(node.SelectableDescendentsCount(), Selectable(node, false)) << path << " after " << row.selected;
+            EXPECT_EQ(node.CheckedDescendentsCount(), Selectable(node, true)) << path << " after " << row.selected;
         }
         EXPECT_EQ(selected, row.selected);
     }

@@ -13,18 +13,20 @@ TEST_F(LoggerTest, FailuresCountInTheCurrentTestLogAndJoinTheStatus)
 {
     logger.DoWrite(TS_FAILED, LL_NORMAL, nullptr, "before any test log");
     suiteLog.AddTestLog("first", true, false);
-    CTestLog& first = *CAppState::CurrentTestLog();
+    CTestLog& current = *CAppState::CurrentTestLog();
     logger.DoWrite(TS_NONE, LL_ALWAYS, nullptr, "fine");
     EXPECT_TRUE(suiteLog.SuitePassed());
     logger.DoWrite({TS_FAILED | TS_ERROR, LOG_CONTINUES}, LL_DETAIL, nullptr, "both");
-    EXPECT_EQ(first.FailureCount(), 1U);
-    first.Close();
+    EXPECT_EQ(current.FailureCount(), 1U);
+    current.Close();
     logger.DoWrite(TS_ERROR, LL_ERROR, nullptr, "closed");
-    EXPECT_EQ(first.FailureCount(), 1U);
+    EXPECT_EQ(current.FailureCount(), 1U);
     suiteLog.AddTestLog("second", false, false);
+    EXPECT_EQ(CAppState::CurrentTestLog(), &current) << "nothing piles up";
+    EXPECT_EQ(current.FailureCount(), 0U);
+    EXPECT_FALSE(suiteLog.SuitePassed()) << "the first one's failure stays";
     logger.DoWrite(TS_ERROR, LL_ERROR, nullptr, "second");
-    EXPECT_EQ(first.FailureCount(), 1U);
-    EXPECT_EQ(CAppState::CurrentTestLog()->FailureCount(), 1U);
+    EXPECT_EQ(current.FailureCount(), 1U);
     EXPECT_EQ(suiteLog.TestCount(), 1U);
 
     EXPECT_EQ(logger.TestStatus(TS_NONE), TS_FAILED | TS_ERROR);
