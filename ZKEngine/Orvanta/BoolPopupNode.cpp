@@ -5,9 +5,9 @@
 
 CBoolPopupNode::CBoolPopupNode(const pugi::xml_node& node, CNode* const parent, int level)
     : CPopupNode(node, parent, level)
-    , m_Variable(TextAttribute("variable"))
-    , m_YesButton(TextAttribute("yes_button", "Yes"))
-    , m_NoButton(TextAttribute("no_button", "No"))
+    , m_Variable(AttributeText("variable"))
+    , m_YesButton(AttributeText("yes_button", "Yes"))
+    , m_NoButton(AttributeText("no_button", "No"))
 {
 }
 

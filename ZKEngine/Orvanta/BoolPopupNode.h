@@ -10,7 +10,7 @@ public:
 
     QString GetDiagnosticString() const override;
 
-    QString Label() const { return LabelAttribute(); }
+    QString Label() const { return AttributeText("label"); }
     QString Text() const { return m_Text; }
 
 protected:

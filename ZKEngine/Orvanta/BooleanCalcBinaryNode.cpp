@@ -41,7 +41,7 @@ bool CBooleanCalcBinaryNode::DoDiagOnly()
 
 QString CBooleanCalcBinaryNode::Label() const
 {
-    return QString::fromUtf8(Attribute(QStringLiteral("label")));
+    return AttributeText("label");
 }
 
 std::pair<bool, bool> CBooleanCalcBinaryNode::Calculate()
@@ -49,7 +49,7 @@ std::pair<bool, bool> CBooleanCalcBinaryNode::Calculate()
     return Guarded([this] { return Fold(); },
                    [this](const std::exception& exception)
                    {
-                       LogError("%s: Calculation failed: %s.", TypeName().c_str(), exception.what());
+                       LogDefault(TS_ERROR, "%s: Calculation failed: %s.", TypeName().c_str(), exception.what());
                        return std::pair(false, false);
                    });
 }
@@ -58,7 +58,7 @@ std::pair<bool, bool> CBooleanCalcBinaryNode::Fold()
 {
     const CSafeString type = TypeName();
     const char* const word = Attribute(QStringLiteral("operator"));
-    LogTrace("%s - Calculating %s (\"%s\").", qUtf8Printable(m_Indent), type.c_str(), word);
+    LogTrace(" - Calculating %s (\"%s\").", type.c_str(), word);
 
     CNode* const first = GetChild(0);
     auto [succeeded, value] = CalculateTerm(first);
@@ -68,8 +68,8 @@ std::pair<bool, bool> CBooleanCalcBinaryNode::Fold()
     }
     if (m_Children.size() < 2)
     {
-        ThrowFormatted<CTestSuiteException>("\n%s(%d): %s:\nAn %s must have at least two terms.", SOURCE_FILE, __LINE__,
-                                            "CBooleanCalcBinaryNode::Calculate", type.c_str());
+        ThrowAt<CTestSuiteException>({SOURCE_FILE, __LINE__, "CBooleanCalcBinaryNode::Calculate"},
+                                     "An %s must have at least two terms.", type.c_str());
     }
     for (auto term = m_Children.begin() + 1; succeeded && term != m_Children.end(); ++term)
     {
@@ -82,7 +82,7 @@ std::pair<bool, bool> CBooleanCalcBinaryNode::Fold()
         ThrowFormatted<ZKRunTimeException>("%s: calculation failed.", type.c_str());
     }
     m_Value = value;
-    LogTrace("%s - %s (operator=\"%s\") value=%u.", qUtf8Printable(m_Indent), type.c_str(), word, m_Value ? 1U : 0U);
+    LogTrace(" - %s (operator=\"%s\") value=%u.", type.c_str(), word, m_Value ? 1U : 0U);
     FlushOutput(true);
     return {true, m_Value};
 }

@@ -26,8 +26,8 @@ protected:
     bool DoDiagOnly() override;
 
 public:
-    /// A failing first term fails without a line; every other failure, a first term that is not boolean too, is an
-    /// error line.
+    /// A first term whose calculation fails is no error line; every other failure is one, so is a first term that is
+    /// not boolean.
     std::pair<bool, bool> Calculate() override;
 
 private:

@@ -33,22 +33,22 @@ bool CBooleanCalcUnaryNode::DoDiagOnly()
 
 QString CBooleanCalcUnaryNode::Label() const
 {
-    return QString::fromUtf8(Attribute(QStringLiteral("label")));
+    return AttributeText("label");
 }
 
 std::pair<bool, bool> CBooleanCalcUnaryNode::Calculate()
 {
     const CSafeString type = TypeName();
-    LogTrace("%s - Calculating %s.", qUtf8Printable(m_Indent), type.c_str());
+    LogTrace(" - Calculating %s.", type.c_str());
     const auto [succeeded, value] = CalculateTerm(GetChild(0));
     if (succeeded)
     {
         m_Value = m_Operator(value);
-        LogTrace("%s - %s: value=%s.", qUtf8Printable(m_Indent), type.c_str(), m_Value ? "TRUE" : "FALSE");
+        LogTrace(" - %s: value=%s.", type.c_str(), m_Value ? "TRUE" : "FALSE");
     }
     else
     {
-        LogError("%s: calculation failed.", type.c_str());
+        LogDefault(TS_ERROR, "%s: calculation failed.", type.c_str());
     }
     FlushOutput(true);
     return {succeeded, succeeded && m_Value};

@@ -23,7 +23,7 @@ const std::map<QString, CBooleanOperatorNode::TOperation> CBooleanOperatorNode::
 
 CBooleanOperatorNode::CBooleanOperatorNode(const pugi::xml_node& node, CNode* const parent, int level)
     : CBooleanBaseNode(node, parent, level)
-    , m_Operator(m_OperatorList.at(QString::fromUtf8(Attribute(QStringLiteral("operator")))))
+    , m_Operator(m_OperatorList.at(AttributeText("operator")))
 {
 }
 
@@ -43,7 +43,7 @@ std::pair<bool, bool> CBooleanOperatorNode::Calculate()
     return Guarded([this] { return Compare(m_Children[0], m_Children[1]); },
                    [this](const std::exception& exception)
                    {
-                       LogError("%s: unexpected failure: %s", TypeName().c_str(), exception.what());
+                       LogDefault(TS_ERROR, "%s: unexpected failure: %s", TypeName().c_str(), exception.what());
                        return std::pair(false, false);
                    });
 }
@@ -54,12 +54,12 @@ std::pair<bool, bool> CBooleanOperatorNode::Compare(CNode* left, CNode* right)
     const auto [rightSucceeded, rightValue] = CNumericBaseNode::CalculateTerm(right);
     if (!leftSucceeded || !rightSucceeded)
     {
-        LogError("%s: couldn't get comparisons.", TypeName().c_str());
+        LogDefault(TS_ERROR, "%s: couldn't get comparisons.", TypeName().c_str());
         return {false, false};
     }
     m_Value = m_Operator(leftValue, rightValue);
     static_assert(sizeof(unsigned long) == sizeof(std::uint64_t), "%lu prints both values in full");
-    LogTrace("%s - %s (operator: %s): lhs=%lu, rhs=%lu, result = %s", qUtf8Printable(m_Indent), TypeName().c_str(),
+    LogTrace(" - %s (operator: %s): lhs=%lu, rhs=%lu, result = %s", TypeName().c_str(),
              Attribute(QStringLiteral("operator")), static_cast<unsigned long>(leftValue),
              static_cast<unsigned long>(rightValue), m_Value ? "TRUE" : "FALSE");
     FlushOutput(true);

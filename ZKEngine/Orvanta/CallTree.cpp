@@ -4,6 +4,7 @@
 
 #include <CoreKit/CatchLadder.h>
 #include <CoreKit/Format.h>
+#include <CoreKit/PathName.h>
 #include <HostKit/AppSettings.h>
 #include <HostKit/AppState.h>
 #include <HostKit/Logger.h>
@@ -70,12 +71,6 @@ std::string DefaultLockFilePath()
     }
     QDir().mkpath(folder);
     return (folder + QStringLiteral("/GuiZKExecuteLock.txt")).toStdString();
-}
-
-std::string LastComponent(const QString& path)
-{
-    const std::string native = QDir::toNativeSeparators(path).toStdString();
-    return native.substr(native.find_last_of("/\\") + 1);
 }
 
 CTestSuiteLog& NeededSuiteLog()
@@ -158,8 +153,8 @@ CCallTree::CCallTree(TestSuiteState* state)
 {
     if (!m_State)
     {
-        ThrowFormatted<ZKRunTimeException>("\n%s(%d): %s:\nInternal error: NULL Test Suite Document object.",
-                                           SOURCE_FILE, __LINE__, "CCallTree::CCallTree");
+        ThrowAt<ZKRunTimeException>({SOURCE_FILE, __LINE__, "CCallTree::CCallTree"},
+                                    "Internal error: NULL Test Suite Document object.");
     }
 }
 
@@ -227,9 +222,9 @@ TEST_STATUS CCallTree::Refuse()
     {
         suiteLog->TestSuitePhase(1);
     }
-    WriteAtDefaults(TS_ERROR,
-                    "\nAnother application is running ZK Compliance tests.\n\n  Only one application may run a "
-                    "Compliance Test at a time.");
+    LogDefault(TS_ERROR,
+               "\nAnother application is running ZK Compliance tests.\n\n  Only one application may run a "
+               "Compliance Test at a time.");
     m_LockAcquired = false;
     return TS_ERROR;
 }
@@ -241,7 +236,7 @@ TEST_STATUS CCallTree::RunLocked()
     const auto cleanUpFailed = [this] { TestRunCleanup(CAppState::Log().TestStatus(TS_NONE) | TS_ERROR); };
     const TEST_STATUS status =
         Guarded([this] { return RunSuite(); },
-                [this](OutOfMemory) -> TEST_STATUS
+                [this](SOutOfMemory) -> TEST_STATUS
                 {
                     m_Lock.unlock();
                     throw;
@@ -256,7 +251,7 @@ TEST_STATUS CCallTree::RunLocked()
                     cleanUpFailed();
                     throw;
                 },
-                [&](UnknownFailure) -> TEST_STATUS
+                [&](SUnknownFailure) -> TEST_STATUS
                 {
                     if (CTestSuiteLog* const suiteLog = CAppState::TestSuiteLog())
                     {
@@ -270,7 +265,8 @@ TEST_STATUS CCallTree::RunLocked()
 
 TEST_STATUS CCallTree::RunSuite()
 {
-    NeededSuiteLog().SetSuiteName(LastComponent(m_State->Document()->FileName()));
+    const std::string path = QDir::toNativeSeparators(m_State->Document()->FileName()).toStdString();
+    NeededSuiteLog().SetSuiteName(LastComponent(path));
     m_State->RunTestSuite(false);
     FlushOutput(true);
     return CAppState::Log().TestStatus(TS_NONE);
@@ -343,5 +339,5 @@ void CCallTree::WriteClosingLine(bool passed) const
     {
         text = passed ? "Test Suite ran to completion" : "Test Suite did NOT run to completion";
     }
-    WriteAtDefaults(passed ? TS_NONE : TS_FAILED, text);
+    LogDefault(passed ? TS_NONE : TS_FAILED, "%s", text);
 }

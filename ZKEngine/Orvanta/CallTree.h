@@ -61,7 +61,7 @@ private:
     QString MakeHeadline(const CTestSuiteLog* suiteLog, bool passed);
     void WriteClosingLine(bool passed) const;
 
-    /// Whether another runner of the process was running when this one began: its requests are not this one's to clear.
+    /// Whether another runner of the process is running around this one. The requests are then for that one.
     static bool IsWithinARun() { return m_RunsUnderWay > 1; }
     static void ForgetAbort();
 

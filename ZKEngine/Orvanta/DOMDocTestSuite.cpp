@@ -12,6 +12,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -25,7 +26,7 @@ CDOMParser* SharedParser()
 {
     if (!CAppState::Orvanta())
     {
-        CAppState::Orvanta(new CDOMParser(CDOMDocTestSuite::GetSchemaName()));
+        CAppState::Orvanta(std::make_shared<CDOMParser>(CDOMDocTestSuite::GetSchemaName()));
     }
     return CAppState::Orvanta();
 }
@@ -110,7 +111,6 @@ bool CDOMDocTestSuite::ParseDoc()
             SetParsed(true);
             return true;
         },
-        [](OutOfMemory) -> bool { throw; },
         [this](const std::exception&)
         {
             Reset();
@@ -189,8 +189,8 @@ void CDOMDocTestSuite::MakeVariableList(const pugi::xml_node& variables)
 {
     if (const pugi::xml_node other = AddDeclarations(m_DocVariableList, variables))
     {
-        ThrowFormatted<ZKDOMDocException>("\n%s(%d): %s:\nInvalid variable type: %s", SOURCE_FILE, __LINE__,
-                                          "CDOMDocTestSuite::MakeVariableList", other.name());
+        ThrowAt<ZKDOMDocException>({SOURCE_FILE, __LINE__, "CDOMDocTestSuite::MakeVariableList"},
+                                   "Invalid variable type: %s", other.name());
     }
 }
 

@@ -15,6 +15,6 @@ CSafeString ElementText(const pugi::xml_node& element);
 /// is looked at first, and for a name that exists already.
 ORVANTA_EXPORT bool AddDeclaration(CVariableList& list, const pugi::xml_node& declaration);
 
-/// Adds every declaration below an element, up to the first child element that is none: that one is returned, else
-/// null.
+/// Adds the declarations below an element in order, and stops at a child element that is none. Returns that one; null
+/// when all were added.
 pugi::xml_node AddDeclarations(CVariableList& list, const pugi::xml_node& variables);

@@ -20,9 +20,8 @@ namespace
 constexpr const char* SOURCE_FILE = "ZKEngine/Orvanta/FunctionNode";
 constexpr const char* TIME_FORMAT = "%b %d, %Y - %H:%M:%S";
 
-/// Lines that the messages name, whatever line they stand in.
+/// The line that the message names, whatever line it stands in.
 constexpr int TOO_MANY_PARAMETERS_LINE = 336;
-constexpr int DISPATCH_LIMIT_LINE = 253;
 
 /// How a parameter of a type becomes an argument.
 struct SParameterType
@@ -83,23 +82,10 @@ template <std::size_t... Index>
 #if defined(__clang__)
 __attribute__((no_sanitize("function"))) // the function's own parameters may be narrower or pointers
 #endif
-std::uint8_t
-CallWithWords(CLibWrapper::TFunction function, const std::uint64_t* slots, std::index_sequence<Index...>)
+bool CallWithWords(CLibWrapper::TFunction function, const std::uint64_t* slots, std::index_sequence<Index...>)
 {
-    return reinterpret_cast<std::uint8_t (*)(TWord<Index>...)>(function)(slots[Index]...);
+    return reinterpret_cast<std::uint8_t (*)(TWord<Index>...)>(function)(slots[Index]...) != 0;
 }
-
-using TCaller = std::uint8_t (*)(CLibWrapper::TFunction function, const std::uint64_t* slots);
-
-template <std::size_t... Count>
-constexpr std::array<TCaller, sizeof...(Count)> MakeCallers(std::index_sequence<Count...>)
-{
-    return {[](CLibWrapper::TFunction function, const std::uint64_t* slots)
-            { return CallWithWords(function, slots, std::make_index_sequence<Count>()); }...};
-}
-
-/// By number of parameters, 0 to the limit.
-constexpr auto CALLERS = MakeCallers(std::make_index_sequence<CFunctionNode::MAX_CALL_PARAMETERS + 1>());
 
 CTestLog& CurrentTestLog()
 {
@@ -135,12 +121,12 @@ CFunctionNode::~CFunctionNode() = default;
 
 QString CFunctionNode::Label() const
 {
-    return QString::fromUtf8(Attribute(QStringLiteral("label")));
+    return AttributeText("label");
 }
 
 QString CFunctionNode::Name() const
 {
-    return QString::fromUtf8(Attribute(QStringLiteral("name")));
+    return AttributeText("name");
 }
 
 QString CFunctionNode::LabelOrName() const
@@ -178,8 +164,7 @@ QString CFunctionNode::GetDiagnosticString() const
 bool CFunctionNode::DoExecute(bool)
 {
     ZKLogger& logger = CAppState::Log();
-    LogTrace("%s - Entering %s: %s (%s).", qUtf8Printable(m_Indent), TypeName().c_str(), qUtf8Printable(Label()),
-             qUtf8Printable(Name()));
+    LogTrace(" - Entering %s: %s (%s).", TypeName().c_str(), qUtf8Printable(Label()), qUtf8Printable(Name()));
     AddTestLog(LabelOrName().toStdString(), m_IsTest, false);
     logger.BeginFunction();
     CurrentTestLog().StartTime(std::chrono::system_clock::now());
@@ -195,16 +180,15 @@ bool CFunctionNode::DoExecute(bool)
     bool result = GuardedCall(message);
     if (!CurrentTestLog().FunctionCompleted())
     {
-        LogError("%s", message.c_str());
-        LogError("Test suite function '%s' has aborted unexpectedly.", qUtf8Printable(m_Name));
+        LogDefault(TS_ERROR, "%s", message.c_str());
+        LogDefault(TS_ERROR, "Test suite function '%s' has aborted unexpectedly.", qUtf8Printable(m_Name));
         result = false;
     }
     EndFunction(logger);
     LogPlain(LL_DETAIL, "%s return status: 0x%08X.", qUtf8Printable(m_Name),
              static_cast<unsigned>(logger.TestStatus(TS_NONE)));
     AddSeparator();
-    LogTrace("%s - Exiting %s: %s (%s).", qUtf8Printable(m_Indent), TypeName().c_str(), qUtf8Printable(Label()),
-             qUtf8Printable(Name()));
+    LogTrace(" - Exiting %s: %s (%s).", TypeName().c_str(), qUtf8Printable(Label()), qUtf8Printable(Name()));
     CAppState::UserInput().FunctionFinished();
     return result;
 }
@@ -218,7 +202,7 @@ bool CFunctionNode::GuardedCall(CSafeString& message)
             CurrentTestLog().FunctionCompleted(true);
             return result;
         },
-        [](OutOfMemory) -> bool
+        [](SOutOfMemory) -> bool
         {
             CloseTestLog();
             throw;
@@ -245,7 +229,7 @@ bool CFunctionNode::GuardedCall(CSafeString& message)
             message = FormatText("Unexpected failure: %s", exception.what());
             return false;
         },
-        [this, &message](UnknownFailure)
+        [this, &message](SUnknownFailure)
         {
             message = FormatText("FUNCTION '%s' ENCOUNTERED AN UNEXPECTED ERROR.  ABORTING.\n", qUtf8Printable(m_Name));
             return false;
@@ -266,15 +250,15 @@ bool CFunctionNode::CallWithParameters()
     const TParameters parameters = RunQuery("x:Parameter");
     if (parameters.empty())
     {
-        return CallEntryPoint(nullptr, 0);
+        return CallWithWords(m_Function, nullptr, std::index_sequence<>());
     }
     if (parameters.size() > MAX_CALL_PARAMETERS)
     {
-        ThrowFormatted<ZKRunTimeException>(
-            "\n%s(%d): %s:\nFunction %s takes too many parameters.  Update CFunctionNode::DoCall() and "
-            "CFunctionNode::DoExecute() to allow more parameters. (Actual: %lu, max: %lu",
-            SOURCE_FILE, TOO_MANY_PARAMETERS_LINE, "CFunctionNode::DoExecute", qUtf8Printable(m_Name),
-            static_cast<unsigned long>(parameters.size()), static_cast<unsigned long>(MAX_CALL_PARAMETERS));
+        ThrowAt<ZKRunTimeException>({SOURCE_FILE, TOO_MANY_PARAMETERS_LINE, "CFunctionNode::DoExecute"},
+                                    "Function %s takes too many parameters.  Update CFunctionNode::DoCall() and "
+                                    "CFunctionNode::DoExecute() to allow more parameters. (Actual: %lu, max: %lu",
+                                    qUtf8Printable(m_Name), static_cast<unsigned long>(parameters.size()),
+                                    static_cast<unsigned long>(MAX_CALL_PARAMETERS));
     }
     return dispatchers[parameters.size() - 1](*this, parameters);
 }
@@ -306,7 +290,7 @@ bool CFunctionNode::DoCall(const TParameters& parameters, StackBuffer<N> buffer)
     const bool isAllowed = hasReference && CAppState::TestSuiteMode() != MODE_DEBUG;
     FlushOutput(true);
     const bool isSkipped = CAppState::ExecutionType() != EXECUTION_NORMAL && !isAllowed;
-    const bool result = isSkipped || TimedCall(buffer.m_Slots.data(), parameters.size());
+    const bool result = isSkipped || TimedCall(buffer);
     LogPlain(LL_TRACE, "Function Stop time : %s",
              MakeTimeString(TIME_FORMAT, std::chrono::system_clock::now()).c_str());
     return result;
@@ -334,24 +318,11 @@ bool CFunctionNode::FillBuffer(const TParameters& parameters, StackBuffer<N>& bu
     return hasReference;
 }
 
-bool CFunctionNode::TimedCall(const std::uint64_t* slots, std::size_t count) const
+template <std::size_t N>
+bool CFunctionNode::TimedCall(const StackBuffer<N>& buffer) const
 {
     LogPlain(LL_TRACE, "Function Start time : %s", MakeCurrentTimeString(TIME_FORMAT).c_str());
-    return CallEntryPoint(slots, count);
-}
-
-bool CFunctionNode::CallEntryPoint(const std::uint64_t* slots, std::size_t count) const
-{
-    if (count > MAX_CALL_PARAMETERS)
-    {
-        FlushOutput(true);
-        ThrowFormatted<ZKRunTimeException>(
-            "\n%s(%d): %s:\nTest Suite Function '%s' takes %d parameters.  The maximum currently allowed is %d.  If "
-            "you see this, ask the developers to add more.",
-            SOURCE_FILE, DISPATCH_LIMIT_LINE, "CFunctionNode::DoCall", qUtf8Printable(m_Name), static_cast<int>(count),
-            static_cast<int>(MAX_CALL_PARAMETERS));
-    }
-    return CALLERS[count](m_Function, slots) != 0;
+    return CallWithWords(m_Function, buffer.m_Slots.data(), std::make_index_sequence<N>());
 }
 
 // ------------------------------------------------------------------------------------------------ a diagnostic run

@@ -46,8 +46,8 @@ private:
     bool DoCall(const TParameters& parameters, StackBuffer<N> buffer);
     template <std::size_t N>
     bool FillBuffer(const TParameters& parameters, StackBuffer<N>& buffer) const;
-    bool TimedCall(const std::uint64_t* slots, std::size_t count) const;
-    bool CallEntryPoint(const std::uint64_t* slots, std::size_t count) const;
+    template <std::size_t N>
+    bool TimedCall(const StackBuffer<N>& buffer) const;
 
     bool CallWithParameters();
     bool GuardedCall(CSafeString& message);

@@ -1,6 +1,7 @@
 #include <Orvanta/GroupNode.h>
 
 #include <CoreKit/CatchLadder.h>
+#include <CoreKit/Format.h>
 
 namespace
 {
@@ -16,8 +17,8 @@ bool CGroupNode::SomethingToExecute() const
 {
     if (m_Children.empty())
     {
-        ThrowFormatted<CTestSuiteException>("\n%s(%d): %s:\n%s must have at least one child element.", SOURCE_FILE,
-                                            __LINE__, "CGroupNode::SomethingToExecute", TypeName().c_str());
+        ThrowAt<CTestSuiteException>({SOURCE_FILE, __LINE__, "CGroupNode::SomethingToExecute"},
+                                     "%s must have at least one child element.", TypeName().c_str());
     }
     return true;
 }
@@ -37,12 +38,12 @@ bool CGroupNode::DoExecute(bool stopOnFail)
     return Guarded(
         [this, stopOnFail]
         {
-            LogTrace("%s - Entering %s.", qUtf8Printable(m_Indent), TypeName().c_str());
+            LogTrace(" - Entering %s.", TypeName().c_str());
             const bool result = RunChildren(stopOnFail);
-            LogTrace("%s - Exiting %s.", qUtf8Printable(m_Indent), TypeName().c_str());
+            LogTrace(" - Exiting %s.", TypeName().c_str());
             return result;
         },
-        [](OutOfMemory) -> bool
+        [](SOutOfMemory) -> bool
         {
             CloseTestLog();
             throw;
@@ -54,19 +55,17 @@ bool CGroupNode::DoExecute(bool stopOnFail)
         },
         [this](const ZKException& exception)
         {
-            LogTrace("{%s - Unexpected Zelkor failure - %s:\n   - %s.", qUtf8Printable(m_Indent), TypeName().c_str(),
-                     exception.what());
+            LogUnexpected("Zelkor failure", exception);
             return false;
         },
         [this](const std::exception& exception)
         {
-            LogTrace("{%s - Unexpected failure - %s:\n   - %s.", qUtf8Printable(m_Indent), TypeName().c_str(),
-                     exception.what());
+            LogUnexpected("failure", exception);
             return false;
         },
-        [this](UnknownFailure)
+        [this](SUnknownFailure)
         {
-            LogTrace("%s - Unexpected failure - %s.", qUtf8Printable(m_Indent), TypeName().c_str());
+            LogTrace(" - Unexpected failure - %s.", TypeName().c_str());
             return false;
         });
 }
@@ -87,7 +86,14 @@ bool CGroupNode::RunChildren(bool stopOnFail)
 
 void CGroupNode::LogAborted() const
 {
-    LogTrace("%s - Aborted by user %s.", qUtf8Printable(m_Indent), TypeName().c_str());
+    LogTrace(" - Aborted by user %s.", TypeName().c_str());
+}
+
+void CGroupNode::LogUnexpected(const char* kind, const std::exception& exception) const
+{
+    WriteLog(TS_NONE, LL_TRACE, NODE_LOG_FORMAT,
+             FormatText("{%s - Unexpected %s - %s:\n   - %s.", m_Indent.toLatin1().constData(), kind,
+                        TypeName().c_str(), exception.what()));
 }
 
 bool CGroupNode::DoDiagOnly()
@@ -103,5 +109,5 @@ bool CGroupNode::DoDiagOnly()
 
 std::uint64_t CGroupNode::ExtractValue(const QString& attribute) const
 {
-    return VariableList().ExtractValue(QString::fromUtf8(Attribute(attribute)));
+    return VariableList().ExtractValue(AttributeText(qUtf8Printable(attribute)));
 }

@@ -3,6 +3,7 @@
 #include <Orvanta/Node.h>
 
 #include <cstdint>
+#include <exception>
 
 /// Runs its children once, in order: the initialisation and exit groups. An unexpected exception from below becomes a
 /// logged, failed group; the operator's abort and exhausted memory pass through.
@@ -28,4 +29,6 @@ protected:
 
 private:
     bool RunChildren(bool stopOnFail);
+    /// The one trace line whose indentation is not in front.
+    void LogUnexpected(const char* kind, const std::exception& exception) const;
 };

@@ -48,7 +48,7 @@ bool CGroupRecursiveNode::IsSelectable() const
 
 QString CGroupRecursiveNode::Name() const
 {
-    return QString::fromUtf8(Attribute(QStringLiteral("name")));
+    return AttributeText("name");
 }
 
 QString CGroupRecursiveNode::GetDiagnosticString() const
@@ -65,16 +65,16 @@ QString CGroupRecursiveNode::GetDiagnosticString() const
 bool CGroupRecursiveNode::DoExecute(bool stopOnFail)
 {
     m_RanOnce = false;
-    LogTrace("%s - Entering %s: %s.", qUtf8Printable(m_Indent), TypeName().c_str(), qUtf8Printable(Name()));
+    LogTrace(" - Entering %s: %s.", TypeName().c_str(), qUtf8Printable(Name()));
     InitExecution();
     return Guarded(
         [this, stopOnFail]
         {
             const bool result = RunPasses(stopOnFail);
-            LogTrace("%s - Exiting %s.", qUtf8Printable(m_Indent), TypeName().c_str());
+            LogTrace(" - Exiting %s.", TypeName().c_str());
             return result;
         },
-        [](OutOfMemory) -> bool
+        [](SOutOfMemory) -> bool
         {
             CloseTestLog();
             throw;
@@ -86,7 +86,7 @@ bool CGroupRecursiveNode::DoExecute(bool stopOnFail)
         },
         [this](const ZKException& exception) -> bool
         {
-            LogTrace("%s - Unexpected Zelkor failure %s.", qUtf8Printable(m_Indent), TypeName().c_str());
+            LogTrace(" - Unexpected Zelkor failure %s.", TypeName().c_str());
             if (std::string_view(exception.what()) == STOP_ON_FAIL_TEXT)
             {
                 return false;
@@ -95,7 +95,7 @@ bool CGroupRecursiveNode::DoExecute(bool stopOnFail)
         },
         [this](const std::exception&)
         {
-            LogTrace("%s - Unexpected failure %s.", qUtf8Printable(m_Indent), TypeName().c_str());
+            LogTrace(" - Unexpected failure %s.", TypeName().c_str());
             return false;
         });
 }
@@ -261,12 +261,11 @@ void CGroupRecursiveNode::LogAttribute(const SAttribute& attribute) const
     {
         return;
     }
-    LogTrace("%s - attribute %s%s.", qUtf8Printable(m_Indent), attribute.name,
-             attribute.isApplicable ? "" : " (ignored)");
+    LogTrace(" - attribute %s%s.", attribute.name, attribute.isApplicable ? "" : " (ignored)");
     const CSafeString value = attribute.isNumber
         ? FormatText("raw value: \"%s\", value: \"%lu\"", attribute.text, static_cast<unsigned long>(attribute.number))
         : FormatText("value: \"%s\"", attribute.text);
-    LogTrace("%s -   %s.", qUtf8Printable(m_Indent), value.c_str());
+    LogTrace(" -   %s.", value.c_str());
 }
 
 // ------------------------------------------------------------------------------------------------------ strategies
@@ -319,9 +318,8 @@ bool CGroupRecursiveNode::CallCustomIterator()
 {
     if (!m_NextIterNode)
     {
-        ThrowFormatted<CTestSuiteException>(
-            "\n%s(%d): %s:\nInternal Error: calling custom iterator from NULL Custom Iterator node.", SOURCE_FILE,
-            __LINE__, "CGroupRecursiveNode::CallCustomIterator");
+        ThrowAt<CTestSuiteException>({SOURCE_FILE, __LINE__, "CGroupRecursiveNode::CallCustomIterator"},
+                                     "Internal Error: calling custom iterator from NULL Custom Iterator node.");
     }
     const auto [succeeded, value] = m_NextIterNode->Calculate();
     if (succeeded)
@@ -335,9 +333,9 @@ bool CGroupRecursiveNode::CallCustomLoopTerminate()
 {
     if (!m_LoopTerminateNode)
     {
-        ThrowFormatted<CTestSuiteException>(
-            "\n%s(%d): %s:\nInternal Error: calling custom loop terminator from NULL Custom Loop Termination node.",
-            SOURCE_FILE, __LINE__, "CGroupRecursiveNode::CallCustomLoopTerminate");
+        ThrowAt<CTestSuiteException>(
+            {SOURCE_FILE, __LINE__, "CGroupRecursiveNode::CallCustomLoopTerminate"},
+            "Internal Error: calling custom loop terminator from NULL Custom Loop Termination node.");
     }
     const auto [succeeded, terminate] = m_LoopTerminateNode->Calculate();
     return !succeeded || terminate;
@@ -350,7 +348,7 @@ void CGroupRecursiveNode::DoUpdateVariable(const char* attribute, std::uint64_t 
     {
         return;
     }
-    const QString variable = QString::fromUtf8(Attribute(attributeName));
+    const QString variable = AttributeText(attribute);
     if (VariableList().VariableExists(variable))
     {
         m_IterVar = &GetVariable(variable);

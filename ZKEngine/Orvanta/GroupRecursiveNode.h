@@ -14,9 +14,9 @@ class CVariable;
 /// numeric child "x:NextIteration" the step. Without any of these the children run once. The iterator never wraps: a
 /// step beyond its variable's range ends the loop.
 ///
-/// Errors of the family pass through, logged, but for the group's own stop on failure, which ends it as failed, like
-/// other `std::exception`s. What is wrong at the start of a run (an unknown iterator, an interval of 0 that would never
-/// reach "to") passes through unlogged.
+/// An error of the family is logged and passes through. The group's own stop on failure, and any other
+/// `std::exception`, ends the group as failed. What is wrong at the start of a run (an unknown iterator, an interval of
+/// 0 that would never reach "to") passes through and is not logged.
 class ORVANTA_EXPORT CGroupRecursiveNode : public CGroupNode
 {
 public:

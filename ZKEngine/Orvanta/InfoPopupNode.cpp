@@ -5,7 +5,7 @@
 
 CInfoPopupNode::CInfoPopupNode(const pugi::xml_node& node, CNode* const parent, int level)
     : CPopupNode(node, parent, level)
-    , m_Button(TextAttribute("button", "OK"))
+    , m_Button(AttributeText("button", "OK"))
 {
 }
 

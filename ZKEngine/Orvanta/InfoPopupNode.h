@@ -8,7 +8,7 @@ class ORVANTA_EXPORT CInfoPopupNode : public CPopupNode
 public:
     CInfoPopupNode(const pugi::xml_node& node, CNode* const parent, int level);
 
-    QString Label() const { return LabelAttribute(); }
+    QString Label() const { return AttributeText("label"); }
     QString Text() const { return m_Text; }
 
     bool DoExecute(bool stopOnFail) override;

@@ -78,8 +78,7 @@ std::unique_ptr<CNode> MakeNode(const pugi::xml_node& node, CNode* const parent,
     std::unique_ptr<CNode> built = row->build(node, parent, level + 1);
     if (!built)
     {
-        ThrowFormatted<ZKRunTimeException>("\n%s(%d): %s:\nInvalid node: type=%s", SOURCE_FILE, __LINE__, "MakeNode",
-                                           node.name());
+        ThrowAt<ZKRunTimeException>({SOURCE_FILE, __LINE__, "MakeNode"}, "Invalid node: type=%s", node.name());
     }
     return built;
 }

@@ -6,7 +6,6 @@
 #include <CoreKit/CatchLadder.h>
 #include <CoreKit/Format.h>
 #include <HostKit/AppState.h>
-#include <HostKit/Logger.h>
 #include <HostKit/TestSuiteLog.h>
 
 #include <algorithm>
@@ -161,6 +160,11 @@ const char* CNode::Attribute(const QString& name) const
     return m_Node.attribute(qUtf8Printable(name)).value();
 }
 
+QString CNode::AttributeText(const char* name, const char* defaultText) const
+{
+    return QString::fromUtf8(m_Node.attribute(name).as_string(defaultText));
+}
+
 bool CNode::HasAttribute(const QString& name) const
 {
     return !m_Node.attribute(qUtf8Printable(name)).empty();
@@ -168,7 +172,7 @@ bool CNode::HasAttribute(const QString& name) const
 
 bool CNode::Confirm(const QString& name, const QString& expected) const
 {
-    return QString::fromUtf8(Attribute(name)) == expected;
+    return AttributeText(qUtf8Printable(name)) == expected;
 }
 
 CSafeString CNode::TypeName() const
@@ -330,6 +334,7 @@ bool CNode::Execute(bool stopOnFail)
     {
         return true;
     }
+    const auto fail = [this] { SetExecuting(false, RS_FAILED); };
     return Guarded(
         [this, stopOnFail]
         {
@@ -340,10 +345,14 @@ bool CNode::Execute(bool stopOnFail)
             SetExecuting(false, result ? RS_PASSED : RS_FAILED);
             return result;
         },
-        [](const ZKUserAbort&) -> bool { throw; },
-        [this](UnknownFailure) -> bool
+        [&fail](SOutOfMemory) -> bool
         {
-            SetExecuting(false, RS_FAILED);
+            fail();
+            throw;
+        },
+        [&fail](SUnknownFailure) -> bool
+        {
+            fail();
             throw;
         });
 }
@@ -383,28 +392,13 @@ CVariable& CNode::GetVariable(const QString& name)
 
 // ---------------------------------------------------------------------------------------------------------- logging
 
-void CNode::LogTrace(const char* format, ...)
+void CNode::LogTrace(const char* format, ...) const
 {
     std::va_list arguments;
     va_start(arguments, format);
     const CArgumentsEnd end(arguments);
-    WriteLog(TS_NONE, LL_TRACE, NODE_LOG_FORMAT, FormatTextV(format, arguments));
-}
-
-void CNode::LogDefault(TEST_STATUS status, const char* format, ...)
-{
-    std::va_list arguments;
-    va_start(arguments, format);
-    const CArgumentsEnd end(arguments);
-    WriteAtDefaults(status, FormatTextV(format, arguments));
-}
-
-void CNode::LogError(const char* format, ...)
-{
-    std::va_list arguments;
-    va_start(arguments, format);
-    const CArgumentsEnd end(arguments);
-    WriteAtDefaults(TS_ERROR, FormatTextV(format, arguments));
+    WriteLog(TS_NONE, LL_TRACE, NODE_LOG_FORMAT,
+             FormatFilledV(' ', static_cast<std::size_t>(m_Indent.size()), format, arguments));
 }
 
 void CNode::LogPlain(ELogLevel level, const char* format, ...)

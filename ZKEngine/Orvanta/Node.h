@@ -7,6 +7,7 @@
 #include <CoreKit/TestStatus.h>
 #include <HostKit/FormatInfo.h>
 #include <HostKit/LogTypes.h>
+#include <HostKit/Logger.h>
 
 #include <QObject>
 #include <QString>
@@ -84,7 +85,8 @@ public:
     /// 0 when the node is no selectable child, or has no parent.
     int SelectableIndexFromChild(const CNode* child) const;
     int SelectableIndexInParent() const;
-    /// How many nodes below can be selected, and how many of them are. Nothing below one that cannot be counts.
+    /// How many nodes below can be selected, and how many of them are. What is below a node that can't be selected does
+    /// not count.
     int SelectableDescendentsCount() const { return m_SelectableDescendents; }
     int CheckedDescendentsCount() const { return m_CheckedDescendents; }
     bool AllDescendantsChecked() const { return m_SelectableDescendents == m_CheckedDescendents; }
@@ -97,8 +99,10 @@ public:
     CLibWrapper* DoGetLibWrapper() const { return m_LibWrapper; }
 
     const pugi::xml_node& Element() const { return m_Node; }
-    /// An attribute's text, empty when it or the element is missing; valid as long as the document.
+    /// An attribute's text in UTF-8, empty when it or the element is missing; valid as long as the document.
     const char* Attribute(const QString& name) const;
+    /// An attribute's text; `defaultText` when it or the element is missing.
+    QString AttributeText(const char* name, const char* defaultText = "") const;
     bool HasAttribute(const QString& name) const;
     bool Confirm(const QString& name, const QString& expected) const;
     CSafeString TypeName() const;
@@ -167,11 +171,10 @@ protected:
     static const CVariableList& DoGetVariableList();
     static CVariable& GetVariable(const QString& name);
 
-    /// The ways in which nodes log: a trace line, a line at the defaults of a status, an error line, and a line without
-    /// a status that has a level of its own.
-    static void LogTrace(const char* format, ...) __attribute__((format(printf, 1, 2)));
-    static void LogDefault(TEST_STATUS status, const char* format, ...) __attribute__((format(printf, 2, 3)));
-    static void LogError(const char* format, ...) __attribute__((format(printf, 1, 2)));
+    /// The verbs with which nodes log, all printf-style. A trace line, behind the node's indentation.
+    void LogTrace(const char* format, ...) const __attribute__((format(printf, 2, 3)));
+    /// A line without a status that has a level of its own. The third verb is `LogDefault` (HostKit/Logger.h): a line
+    /// at the defaults of a status, so also an error line.
     static void LogPlain(ELogLevel level, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
     /// Opens an entry in the suite log; `ZKRunTimeException` when the host has none.
@@ -180,7 +183,7 @@ protected:
     static void AddSeparator() { AddTestLog("-------", false, true); }
     /// Counts one execution from the current entry of the suite log; without one nothing is counted.
     void CountExecution(bool isTest);
-    /// Closes the current entry of the suite log, for want of memory.
+    /// Closes the current entry of the suite log, when memory is exhausted.
     static void CloseTestLog();
 
     std::vector<CNode*> m_Children;           ///< views, in document order
@@ -201,10 +204,10 @@ protected:
 
 private:
     void BuildChildren();
-    /// Select the node, or it and everything below; the result is by how many more nodes are selected now.
+    /// Select or deselect the node alone, or with everything below. The result is how many more nodes are selected now.
     int Mark(bool selected);
     int MarkSubtree(bool selected);
-    /// Passes on to every node that counts this one by how many more nodes are selected now.
+    /// Adds to the counts of all nodes above that count this one.
     void TellCounters(int change);
 
     static CVariableList* m_VariableList;

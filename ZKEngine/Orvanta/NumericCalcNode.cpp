@@ -27,11 +27,11 @@ bool CNumericCalcNode::DoExecute(bool)
     {
         m_Value = calculated;
         const unsigned long long value = m_Value;
-        LogTrace("%s - %s: Returning %llu (%llX)", qUtf8Printable(m_Indent), TypeName().c_str(), value, value);
+        LogTrace(" - %s: Returning %llu (%llX)", TypeName().c_str(), value, value);
     }
     else
     {
-        LogError("%s", "Calculation failed. Value not set.");
+        LogDefault(TS_ERROR, "Calculation failed. Value not set.");
     }
     return succeeded;
 }

@@ -72,7 +72,7 @@ const std::map<QString, CNumericExpressionNode::TOperation> CNumericExpressionNo
 
 CNumericExpressionNode::CNumericExpressionNode(const pugi::xml_node& node, CNode* const parent, int level)
     : CNumericBaseNode(node, parent, level)
-    , m_Operator(m_OperatorList.at(QString::fromUtf8(Attribute(QStringLiteral("operator")))))
+    , m_Operator(m_OperatorList.at(AttributeText("operator")))
 {
 }
 
@@ -86,7 +86,7 @@ std::pair<bool, std::uint64_t> CNumericExpressionNode::Calculate()
     return Guarded([this] { return Fold(); },
                    [](const std::exception& exception)
                    {
-                       LogError("Unexpected failure in numeric calculation: %s", exception.what());
+                       LogDefault(TS_ERROR, "Unexpected failure in numeric calculation: %s", exception.what());
                        return std::pair(false, std::uint64_t{0});
                    });
 }
@@ -95,19 +95,19 @@ std::pair<bool, std::uint64_t> CNumericExpressionNode::Fold()
 {
     const CSafeString type = TypeName();
     const char* const word = Attribute(QStringLiteral("operator"));
-    LogTrace("%s - Calculating %s (operator=\"%s\").", qUtf8Printable(m_Indent), type.c_str(), word);
+    LogTrace(" - Calculating %s (operator=\"%s\").", type.c_str(), word);
 
     CNode* const first = GetChild(0);
     auto [succeeded, value] = CalculateTerm(first);
     if (first && !succeeded)
     {
-        LogError("%s", "Calculation failed on first element in expression failed.");
+        LogDefault(TS_ERROR, "Calculation failed on first element in expression failed.");
         return {false, 0};
     }
     if (m_Children.size() < 2)
     {
-        ThrowFormatted<CTestSuiteException>("\n%s(%d): %s:\nAn %s must have at least two terms.", SOURCE_FILE, __LINE__,
-                                            "CNumericExpressionNode::Calculate", type.c_str());
+        ThrowAt<CTestSuiteException>({SOURCE_FILE, __LINE__, "CNumericExpressionNode::Calculate"},
+                                     "An %s must have at least two terms.", type.c_str());
     }
     for (auto term = m_Children.begin() + 1; term != m_Children.end(); ++term)
     {
@@ -119,8 +119,8 @@ std::pair<bool, std::uint64_t> CNumericExpressionNode::Fold()
         value = m_Operator(value, termValue);
     }
     m_Value = value;
-    LogTrace("%s - %s (operator=\"%s\") completed: value=%llu (0x%llX).", qUtf8Printable(m_Indent), type.c_str(), word,
-             Printable(m_Value), Printable(m_Value));
+    LogTrace(" - %s (operator=\"%s\") completed: value=%llu (0x%llX).", type.c_str(), word, Printable(m_Value),
+             Printable(m_Value));
     FlushOutput(true);
     return {true, m_Value};
 }

@@ -52,8 +52,8 @@ std::uint64_t CNumericValueNode::ReadValue(const char* text) const
 {
     if (*text == '\0')
     {
-        ThrowFormatted<CTestSuiteException>("\n%s(%d): %s:\n%s element missing required attribute %s.", SOURCE_FILE,
-                                            __LINE__, "CNumericValueNode::Calculate", TypeName().c_str(), "value");
+        ThrowAt<CTestSuiteException>({SOURCE_FILE, __LINE__, "CNumericValueNode::Calculate"},
+                                     "%s element missing required attribute %s.", TypeName().c_str(), "value");
     }
     if (*text == '$')
     {
@@ -63,8 +63,8 @@ std::uint64_t CNumericValueNode::ReadValue(const char* text) const
     const std::optional<std::uint64_t> value = isNumber ? ReadNumber(text) : ReadWord(text);
     if (!value)
     {
-        ThrowFormatted<CTestSuiteException>("\n%s(%d): %s:\nInvalid value for %s/@%s: %s", SOURCE_FILE, __LINE__,
-                                            "CNumericValueNode::Calculate", TypeName().c_str(), "value", text);
+        ThrowAt<CTestSuiteException>({SOURCE_FILE, __LINE__, "CNumericValueNode::Calculate"},
+                                     "Invalid value for %s/@%s: %s", TypeName().c_str(), "value", text);
     }
     return *value;
 }
@@ -74,8 +74,7 @@ std::pair<bool, std::uint64_t> CNumericValueNode::Calculate()
     const char* const text = Attribute(QStringLiteral("value"));
     m_Value = ReadValue(text);
     const unsigned long long value = m_Value;
-    LogTrace("%s - In %s: value attribute string=\"%s\", value = %llu (0x%llX)", qUtf8Printable(m_Indent),
-             TypeName().c_str(), text, value, value);
+    LogTrace(" - In %s: value attribute string=\"%s\", value = %llu (0x%llX)", TypeName().c_str(), text, value, value);
     FlushOutput(true);
     return {true, m_Value};
 }

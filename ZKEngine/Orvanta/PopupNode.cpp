@@ -17,8 +17,8 @@ void PrintBlankLine()
 
 CPopupNode::CPopupNode(const pugi::xml_node& node, CNode* const parent, int level)
     : CNode(node, parent, level, nullptr)
-    , m_Text(TextAttribute("text"))
-    , m_Timeout(TextAttribute("timeout"))
+    , m_Text(AttributeText("text"))
+    , m_Timeout(AttributeText("timeout"))
 {
 }
 
@@ -36,8 +36,8 @@ bool CPopupNode::DoExecute(bool)
 {
     CUserInput& input = CAppState::UserInput();
     PrintBlankLine();
-    AddTestLog(LabelAttribute().toStdString(), false, false);
-    LogTrace("%s - Entering %s: %s.", qUtf8Printable(m_Indent), TypeName().c_str(), qUtf8Printable(LabelAttribute()));
+    AddTestLog(AttributeText("label").toStdString(), false, false);
+    LogTrace(" - Entering %s: %s.", TypeName().c_str(), qUtf8Printable(AttributeText("label")));
     Ask(input);
     const bool result = input.Concluded();
     CountExecution(false);
@@ -52,19 +52,9 @@ std::uint32_t CPopupNode::Timeout() const
     return m_Timeout.isEmpty() ? NO_TIMEOUT : VariableList().GetLong(m_Timeout);
 }
 
-QString CPopupNode::TextAttribute(const char* name, const char* defaultText) const
-{
-    return QString::fromUtf8(m_Node.attribute(name).as_string(defaultText));
-}
-
-QString CPopupNode::LabelAttribute() const
-{
-    return TextAttribute("label");
-}
-
 void CPopupNode::LogExiting() const
 {
-    LogTrace("%s - Exiting %s: %s.", qUtf8Printable(m_Indent), TypeName().c_str(), qUtf8Printable(LabelAttribute()));
+    LogTrace(" - Exiting %s: %s.", TypeName().c_str(), qUtf8Printable(AttributeText("label")));
 }
 
 void CPopupNode::LogTimedOut(const char* text)

@@ -25,10 +25,6 @@ protected:
 
     /// The time-out for the dialog, in seconds: a variable's value, a literal, or none when the attribute is empty.
     std::uint32_t Timeout() const;
-    /// An attribute's text, or the default when the element lacks it.
-    QString TextAttribute(const char* name, const char* defaultText = "") const;
-    /// The element's "label" attribute, whatever a class calls its label.
-    QString LabelAttribute() const;
 
     void LogExiting() const;
     static void LogTimedOut(const char* text);

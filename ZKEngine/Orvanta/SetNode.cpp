@@ -5,7 +5,7 @@
 CSetNode::CSetNode(const pugi::xml_node& node, CNode* const parent, int level)
     : CNumericCalcNode(node, parent, level)
     , m_Label(Label())
-    , m_VariableName(QString::fromUtf8(Attribute(QStringLiteral("variable"))))
+    , m_VariableName(AttributeText("variable"))
 {
 }
 
@@ -26,13 +26,13 @@ bool CSetNode::DoDiagOnly()
 
 QString CSetNode::Label() const
 {
-    return QString::fromUtf8(Attribute(QStringLiteral("label")));
+    return AttributeText("label");
 }
 
 bool CSetNode::DoExecute(bool)
 {
     AddTestLog(m_Label.toStdString(), false, false);
-    LogTrace("%s - Entering %s: %s.", qUtf8Printable(m_Indent), TypeName().c_str(), qUtf8Printable(m_Label));
+    LogTrace(" - Entering %s: %s.", TypeName().c_str(), qUtf8Printable(m_Label));
     LogPlain(LL_TRACE, "Calculating new value for %s", qUtf8Printable(m_VariableName));
     CVariable& variable = GetVariable(m_VariableName);
     const auto [succeeded, value] = Calculate();
@@ -42,7 +42,7 @@ bool CSetNode::DoExecute(bool)
     }
     else
     {
-        LogError("%s calculation failed.", TypeName().c_str());
+        LogDefault(TS_ERROR, "%s calculation failed.", TypeName().c_str());
     }
     CountExecution(false);
     AddSeparator();
@@ -55,5 +55,5 @@ void CSetNode::Assign(CVariable& variable, std::uint64_t value)
     variable.SetSlot(value);
     const unsigned long long shown = value;
     LogDefault(TS_NONE, "Setting %s to %llu (%llX)", qUtf8Printable(m_VariableName), shown, shown);
-    LogTrace("%s - Exiting %s: %s.", qUtf8Printable(m_Indent), TypeName().c_str(), qUtf8Printable(m_Label));
+    LogTrace(" - Exiting %s: %s.", TypeName().c_str(), qUtf8Printable(m_Label));
 }

@@ -6,8 +6,8 @@
 
 CSetPopupNode::CSetPopupNode(const pugi::xml_node& node, CNode* const parent, int level)
     : CPopupNode(node, parent, level)
-    , m_Variable(TextAttribute("variable"))
-    , m_Label(TextAttribute("label", DEF_LABEL_TEXT))
+    , m_Variable(AttributeText("variable"))
+    , m_Label(AttributeText("label", DEF_LABEL_TEXT))
     , m_Hex(m_Node.attribute("hex").as_bool(DEF_HEX))
     , m_Initialize(m_Node.attribute("initialize").as_bool(DEF_INIT))
     , m_Min(m_Node.attribute("min").as_ullong(DEF_MIN))

@@ -35,8 +35,8 @@ void Finish()
     CAppState::TestSuiteExecuting(false);
     if (CAppState::HelperCreated())
     {
-        WriteAtDefaults(TS_FAILED,
-                        "Internal error: Global helper class not cleaned up by test suite.  Attempting cleanup now...");
+        LogDefault(TS_FAILED,
+                   "Internal error: Global helper class not cleaned up by test suite.  Attempting cleanup now...");
         CAppState::RemoveHelper();
     }
 }
@@ -55,13 +55,13 @@ void LogUnexpectedFailure(EFunctionGroupType phase, const CSafeString& failure)
     switch (phase)
     {
     case FG_INITIALIZATION:
-        WriteLogDefault(TS_ERROR, "Test suite initialization failed unexpectedly:\n -- %s", failure.c_str());
+        LogDefault(TS_ERROR, "Test suite initialization failed unexpectedly:\n -- %s", failure.c_str());
         break;
     case FG_TESTS:
-        WriteLogDefault(TS_ERROR, "Test suite failed unexpectedly:\n -- %s", failure.c_str());
+        LogDefault(TS_ERROR, "Test suite failed unexpectedly:\n -- %s", failure.c_str());
         break;
     case FG_EXIT:
-        WriteLogDefault(TS_ERROR, "Test suite cleanup failed unexpectedly:\n -- %s", failure.c_str());
+        LogDefault(TS_ERROR, "Test suite cleanup failed unexpectedly:\n -- %s", failure.c_str());
         break;
     }
 }
@@ -71,8 +71,8 @@ void SetSuitePhase(EFunctionGroupType phase)
 {
     if (phase < FG_INITIALIZATION || phase > FG_EXIT)
     {
-        ThrowFormatted<ZKRunTimeException>("\n%s(%d): %s:\nUnexpected EFunctionGroupType: %d", SOURCE_FILE, __LINE__,
-                                           "SetSuitePhase", phase);
+        ThrowAt<ZKRunTimeException>({SOURCE_FILE, __LINE__, "SetSuitePhase"}, "Unexpected EFunctionGroupType: %d",
+                                    phase);
     }
     if (CSuiteRuntimeState* const state = CAppState::SuiteRuntimeState())
     {
@@ -149,7 +149,7 @@ const std::vector<CNode*>& CTestSuiteNode::DoGetChildren() const
 
 QString CTestSuiteNode::Name() const
 {
-    return QString::fromUtf8(Attribute(QStringLiteral("name")));
+    return AttributeText("name");
 }
 
 void CTestSuiteNode::TestSuiteRunStateChanged(ERunState rs)
@@ -173,8 +173,8 @@ void CTestSuiteNode::ResetVariableList(const pugi::xml_node& variables, CVariabl
     list.Clear();
     if (const pugi::xml_node other = AddDeclarations(list, variables))
     {
-        ThrowFormatted<CTestSuiteException>("\n%s(%d): %s:\nInvalid variable type: %s", SOURCE_FILE, __LINE__,
-                                            "CTestSuiteNode::ResetVariableList", other.name());
+        ThrowAt<CTestSuiteException>({SOURCE_FILE, __LINE__, "CTestSuiteNode::ResetVariableList"},
+                                     "Invalid variable type: %s", other.name());
     }
     VariableList(&m_SuiteVariables);
 }
@@ -221,7 +221,7 @@ bool CTestSuiteNode::DoDiagOnly()
 bool CTestSuiteNode::DoExecute(bool stopOnFail)
 {
     const bool result = Guarded([this, stopOnFail] { return RunSuite(stopOnFail); },
-                                [](UnknownFailure) -> bool
+                                [](const auto&) -> bool
                                 {
                                     CAppState::SuiteRuntimeState(nullptr);
                                     Finish();
@@ -274,7 +274,7 @@ bool CTestSuiteNode::OpenTestLibrary()
 void CTestSuiteNode::ReportLoadFailure() const
 {
     const CSafeString diagnostic = m_LibWrapper->GetDiagnostic();
-    LogError("Unable to open test suite Library: %s", MakeLibraryName(LibraryName(m_Node)).c_str());
+    LogDefault(TS_ERROR, "Unable to open test suite Library: %s", MakeLibraryName(LibraryName(m_Node)).c_str());
     const ELogLevel level = ZKLogger::GetDefaultLogVerbosity(TS_FAILED);
     WriteLog(TS_FAILED, level, CFormatInfo(RED, false, 400, false),
              FormatText("Error message: %s", diagnostic.c_str()));
@@ -305,7 +305,7 @@ void CTestSuiteNode::RunGroups(bool stopOnFail, SRun& run)
             CAppState::UserInput().EnableInput();
             RunGroupsInOrder(stopOnFail, run);
         },
-        [](OutOfMemory)
+        [](SOutOfMemory)
         {
             CAppState::UserInput().EnableInput();
             throw;
@@ -313,10 +313,10 @@ void CTestSuiteNode::RunGroups(bool stopOnFail, SRun& run)
         [this](const ZKUserAbort&)
         {
             ReportAbort();
-            LogTrace("%s - Aborted by user %s.", qUtf8Printable(m_Indent), TypeName().c_str());
+            LogTrace(" - Aborted by user %s.", TypeName().c_str());
         },
         [&fail](const std::exception& exception) { fail(exception.what()); },
-        [&fail](UnknownFailure) { fail("<unknown failure>"); });
+        [&fail](SUnknownFailure) { fail("<unknown failure>"); });
 }
 
 void CTestSuiteNode::EnterPhase(EFunctionGroupType phase)
@@ -352,12 +352,12 @@ void CTestSuiteNode::RunGroupsInOrder(bool stopOnFail, SRun& run)
             EnterPhase(FG_TESTS);
             if (!run.lastResult)
             {
-                LogError("%s", "Test Suite Initialization failed.");
+                LogDefault(TS_ERROR, "Test Suite Initialization failed.");
             }
         }
         if (stopFlag && !run.lastResult)
         {
-            LogError("%s", "Test Suite Execution failed, and stop on failure was enabled.");
+            LogDefault(TS_ERROR, "Test Suite Execution failed, and stop on failure was enabled.");
             return;
         }
     }
@@ -376,14 +376,14 @@ void CTestSuiteNode::RunExitPhase(SRun& run)
             if (run.failure)
             {
                 LogUnexpectedFailure(m_Phase, *run.failure);
-                LogDefault(TS_FAILED, "%s", "Attempting to call cleanup functions.");
+                LogDefault(TS_FAILED, "Attempting to call cleanup functions.");
             }
             EnterPhase(FG_EXIT);
             run.failure.reset();
             const bool exitResult = !m_ExitGroupNode || m_ExitGroupNode->Execute(true);
             run.result = run.lastResult && exitResult;
         },
-        [](OutOfMemory)
+        [](SOutOfMemory)
         {
             CAppState::UserInput().EnableInput();
             throw;
@@ -394,5 +394,5 @@ void CTestSuiteNode::RunExitPhase(SRun& run)
             fail(abort.what());
         },
         [&fail](const std::exception& exception) { fail(exception.what()); },
-        [&fail](UnknownFailure) { fail("<unknown failure>"); });
+        [&fail](SUnknownFailure) { fail("<unknown failure>"); });
 }

@@ -4,6 +4,7 @@
 
 #include <CoreKit/CatchLadder.h>
 #include <CoreKit/Format.h>
+#include <CoreKit/PathName.h>
 #include <HostKit/Logger.h>
 
 #include <string>
@@ -36,20 +37,10 @@ qsizetype RootNameLength(const QString& path)
     return end;
 }
 
-QString LastComponent(const QString& path)
-{
-    const qsizetype root = RootNameLength(path);
-    qsizetype begin = path.size();
-    while (begin > root && !IsSeparator(path[begin - 1]))
-    {
-        --begin;
-    }
-    return path.mid(begin);
-}
-
 QString Stem(const QString& path)
 {
-    const QString name = LastComponent(path).section(QLatin1Char(':'), 0, 0);
+    const std::string behindRoot = path.mid(RootNameLength(path)).toStdString();
+    const QString name = QString::fromUtf8(LastComponent(behindRoot)).section(QLatin1Char(':'), 0, 0);
     const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
     return dot <= 0 || name == QLatin1String("..") ? name : name.left(dot);
 }
@@ -90,7 +81,7 @@ void TestSuiteState::Initialize()
             m_Document = std::make_shared<CDOMDocTestSuite>(m_FilePath);
             m_IsValid = m_IsLoaded = m_Document->ParseDoc();
         },
-        [this](OutOfMemory)
+        [this](SOutOfMemory)
         {
             Reset();
             throw;
@@ -98,7 +89,7 @@ void TestSuiteState::Initialize()
         [this](const std::exception& exception)
         {
             Reset();
-            WriteLogDefault(TS_ERROR, "Couldn't initialize test suite: %s.", exception.what());
+            LogDefault(TS_ERROR, "Couldn't initialize test suite: %s.", exception.what());
         });
     m_IsInitialized = true;
 }
@@ -137,7 +128,7 @@ void TestSuiteState::OutputDocumentStatus() const
     }
     if (m_IsValid)
     {
-        WriteLogDefault(TS_NONE, "Loaded '%s'.", qUtf8Printable(m_TestName));
+        LogDefault(TS_NONE, "Loaded '%s'.", qUtf8Printable(m_TestName));
         return;
     }
     std::string report = "Invalid test suite!\n";

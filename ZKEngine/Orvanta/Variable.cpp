@@ -94,8 +94,8 @@ CVariable CVariable::MakeVariable(EDataType type, const QString& value, bool isD
 {
     if (DataTypeWidth(type) == 0)
     {
-        ThrowFormatted<ZKDOMDocException>("\n%s(%d): %s:\nInvalid variable type: %d", SOURCE_FILE, __LINE__,
-                                          "CVariable::MakeVariable", type);
+        ThrowAt<ZKDOMDocException>({SOURCE_FILE, __LINE__, "CVariable::MakeVariable"}, "Invalid variable type: %d",
+                                   type);
     }
     CVariable variable;
     variable.m_Type = type;
@@ -110,8 +110,7 @@ void CVariable::Store(std::uint64_t value, EDataType type)
     m_Type = type;
     if (DataTypeWidth(type) == 0)
     {
-        ThrowFormatted<ZKRunTimeException>("\n%s(%d): %s:\nUnexpected Variable type: %d.", SOURCE_FILE, __LINE__,
-                                           "CVariable::Set", type);
+        ThrowAt<ZKRunTimeException>({SOURCE_FILE, __LINE__, "CVariable::Set"}, "Unexpected Variable type: %d.", type);
     }
     const std::uint64_t stored = type == DT_BOOL ? std::uint64_t{value != 0} : value;
     static_assert(std::endian::native == std::endian::little, "a narrow view is the slot's low bytes");
@@ -127,8 +126,8 @@ std::uint64_t CVariable::MaxSize() const
     const std::size_t width = DataTypeWidth(m_Type);
     if (width == 0)
     {
-        ThrowFormatted<CTestSuiteException>("\n%s(%d): %s:\nInvalid variable data type: %d", SOURCE_FILE, __LINE__,
-                                            "CVariable::MaxSize", m_Type);
+        ThrowAt<CTestSuiteException>({SOURCE_FILE, __LINE__, "CVariable::MaxSize"}, "Invalid variable data type: %d",
+                                     m_Type);
     }
     return ~std::uint64_t{0} >> (64 - 8 * width);
 }
@@ -137,8 +136,8 @@ std::uint64_t CVariable::MaxValue() const
 {
     if (m_Type < DT_BYTE || m_Type > DT_LONGLONG)
     {
-        ThrowFormatted<ZKException>("\n%s(%d): %s:\nOnly a numeric type can have a maximum value.  (Type = %d)",
-                                    SOURCE_FILE, __LINE__, "CVariable::MaxValue", m_Type);
+        ThrowAt<ZKException>({SOURCE_FILE, __LINE__, "CVariable::MaxValue"},
+                             "Only a numeric type can have a maximum value.  (Type = %d)", m_Type);
     }
     return MaxSize();
 }
@@ -174,8 +173,8 @@ CSafeString ValueText(const CVariable& variable)
         return FormatText("0x%016llX (%llu)", value, value);
     }
     default:
-        ThrowFormatted<ZKDOMDocException>("\n%s(%d): %s:\nInvalid variable type: %d", SOURCE_FILE, __LINE__,
-                                          "CVariable::GetDiagnosticString", variable.Type());
+        ThrowAt<ZKDOMDocException>({SOURCE_FILE, __LINE__, "CVariable::GetDiagnosticString"},
+                                   "Invalid variable type: %d", variable.Type());
     }
 }
 } // namespace

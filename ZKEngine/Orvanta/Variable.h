@@ -66,7 +66,7 @@ public:
     bool IsDefine() const { return m_IsDefine; }
     const QString& Config() const { return m_Config; }
 
-    /// The slot read as a type's view; `View<bool>` is true when the first byte is not 0, whatever was written there.
+    /// The slot read as a type's view; `View<bool>` is true when the first byte is not 0.
     template <class T>
     T View() const
     {
@@ -85,7 +85,7 @@ public:
     /// Writes all 64 bits of the slot, whatever the type.
     void SetSlot(std::uint64_t value) { std::memcpy(m_Value.data(), &value, sizeof value); }
 
-    /// The address of the slot's view. Writing through it is what references are for, also in a constant list.
+    /// The address of the slot's view, for writing; also in a constant list.
     template <class T>
     T* Reference() const
     {
@@ -102,8 +102,9 @@ private:
     QString m_DiagnosticString;
 };
 
-/// The literals of suites. Each parser returns true and the value for a valid literal, else false and the value
-/// untouched by a word, 0 after a failed number. Bool words count in any case, the empty text is one of them.
+/// The literals of suites. Each parser returns whether the text is one, and if so its value. Without one the value is
+/// 0, but `ParseBoolWord` leaves it alone. The bool words, in upper or lower case: "true", "false", "null", the empty
+/// text.
 bool ParseBoolWord(std::string_view text, std::uint64_t& value);
 bool ParseNumberLiteral(const QString& text, std::uint64_t& value);
 bool ParseBoolLiteral(const QString& text, std::uint8_t& value);

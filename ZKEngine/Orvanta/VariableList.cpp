@@ -18,7 +18,7 @@ void ReportScriptError(bool isThrown, const CSafeString& message)
     {
         throw CTestSuiteException(message);
     }
-    WriteAtDefaults(TS_ERROR, message);
+    LogDefault(TS_ERROR, "%s", message.c_str());
 }
 } // namespace
 

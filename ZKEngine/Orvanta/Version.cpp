@@ -1,5 +1,7 @@
 #include <Orvanta/Version.h>
 
+#include <CoreKit/Version.h>
+
 std::int32_t GetVersionMajor()
 {
     return ORVANTA_VERSION_MAJOR;

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-/// The version of the library: 5.0.0.0.
+/// The version of the library; its tweak is always 0.
 ORVANTA_EXPORT std::int32_t GetVersionMajor();
 ORVANTA_EXPORT std::int32_t GetVersionMinor();
 ORVANTA_EXPORT std::int32_t GetVersionPatch();

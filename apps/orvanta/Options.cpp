@@ -2,6 +2,8 @@
 
 #include "Terminal.h"
 
+#include <CoreKit/Version.h>
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>

@@ -255,9 +255,9 @@ EExitCode CSuiteRun::CallTree()
             m_Status = m_Session.Log.TestStatus(TS_ERROR);
             return EExitCode::Aborted;
         },
-        [this](OutOfMemory) { return Unexpected("out of memory"); },
+        [this](SOutOfMemory) { return Unexpected("out of memory"); },
         [this](const std::exception& exception) { return Unexpected(exception.what()); },
-        [this](UnknownFailure) { return Unexpected("an unknown failure"); });
+        [this](SUnknownFailure) { return Unexpected("an unknown failure"); });
     m_Session.Services.Listeners.Remove(interrupt);
     return CInterrupt::Happened() ? Graver(code, EExitCode::Aborted) : code;
 }

@@ -23,16 +23,18 @@
 
 namespace
 {
-/// An exception's text as one line, without the place in the engine's sources that internal checks put in front.
 std::string OneLine(std::string_view text)
 {
-    if (text.starts_with('\n') && text.find('\n', 1) != std::string_view::npos)
-    {
-        text.remove_prefix(text.find('\n', 1) + 1);
-    }
     std::string line(text);
     std::replace(line.begin(), line.end(), '\n', ' ');
     return line;
+}
+
+/// What failed, as one line.
+std::string Reason(const std::exception& exception)
+{
+    const auto* const house = dynamic_cast<const ZKException*>(&exception);
+    return OneLine(house ? house->Message() : exception.what());
 }
 
 std::string ProductRule(const pugi::xml_node& root)
@@ -90,7 +92,7 @@ std::vector<SProblem> VariableProblems(const QString& file)
                 [&](const ZKException& exception)
                 {
                     const SElementPlace place = document.Place(declaration);
-                    problems.push_back({place.line, place.column, "error", OneLine(exception.what())});
+                    problems.push_back({place.line, place.column, "error", Reason(exception)});
                 });
     }
     return problems;
@@ -162,13 +164,12 @@ bool CollectUnbuildable(const CDOMDocTestSuite& document, const pugi::xml_node& 
                    MakeNode(element, nullptr, 0);
                    return true;
                },
-               [](OutOfMemory) -> bool { throw; },
                [&](const std::exception& exception)
                {
                    const bool isUnknownWord = dynamic_cast<const std::out_of_range*>(&exception) != nullptr;
                    return blame(isUnknownWord ? std::string("the operator '") + element.attribute("operator").value() +
                                         "' is not known"
-                                              : OneLine(exception.what()));
+                                              : Reason(exception));
                });
 }
 
@@ -184,17 +185,16 @@ void BuildTree(SLoadedSuite& suite, bool keepMode)
             }
             suite.state->TestSuiteNode(suite.root.get());
         },
-        [](OutOfMemory) { throw; },
         [&](const std::exception& exception)
         {
             suite.root.reset();
             const CDOMDocTestSuite& document = *suite.state->Document();
             if (CollectUnbuildable(document, document.GetRootElement(), suite.problems))
             {
-                suite.problems.push_back({0, 0, "error", OneLine(exception.what())});
+                suite.problems.push_back({0, 0, "error", Reason(exception)});
             }
         },
-        [&](UnknownFailure)
+        [&](SUnknownFailure)
         {
             suite.root.reset();
             suite.problems.push_back({0, 0, "error", "the tree cannot be built"});

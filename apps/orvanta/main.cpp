@@ -105,8 +105,9 @@ int main(int argc, char** argv)
             const std::optional<EExitCode> done = ParseOptions(argc, argv, options);
             return done ? *done : Execute(options);
         },
-        [](OutOfMemory) { return Unexpected("out of memory"); },
+        [](SOutOfMemory) { return Unexpected("out of memory"); },
+        [](const ZKUserAbort& abort) { return Unexpected(abort.what()); },
         [](const std::exception& exception) { return Unexpected(exception.what()); },
-        [](UnknownFailure) { return Unexpected("an unknown failure"); });
+        [](SUnknownFailure) { return Unexpected("an unknown failure"); });
     return static_cast<int>(CheckOutput(code));
 }

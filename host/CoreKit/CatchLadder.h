@@ -1,8 +1,7 @@
 #pragma once
 
+#include <CoreKit/CoreKitExport.h>
 #include <CoreKit/Exceptions.h>
-
-#include <xercesc/util/OutOfMemoryException.hpp>
 
 #include <exception>
 #include <ios>
@@ -10,11 +9,11 @@
 #include <type_traits>
 #include <utility>
 
-/// Tags for handlers that name no exception type: both kinds of exhausted memory at once, and whatever is left over.
-struct OutOfMemory
+/// Tags for handlers that name no exception type: exhausted memory of either kind, and whatever is left over.
+struct SOutOfMemory
 {
 };
-struct UnknownFailure
+struct SUnknownFailure
 {
 };
 
@@ -26,25 +25,23 @@ struct TOverloads : Handlers...
     using Handlers::operator()...;
 };
 
+/// Whether the exception being handled is Xerces-C's `OutOfMemoryException`.
+COREKIT_EXPORT bool IsParserOutOfMemory();
+
 /// Whether the ladder can ever reach a handler.
 template <class Handler>
-inline constexpr bool IsRung = std::is_invocable_v<const Handler&, const std::bad_alloc&> ||
-    std::is_invocable_v<const Handler&, const XERCES_CPP_NAMESPACE::OutOfMemoryException&> ||
-    std::is_invocable_v<const Handler&, const ZKUserAbort&> ||
+inline constexpr bool IsRung = std::is_invocable_v<const Handler&, const ZKUserAbort&> ||
     std::is_invocable_v<const Handler&, const std::ios_base::failure&> ||
-    std::is_invocable_v<const Handler&, const ZKException&> || std::is_invocable_v<const Handler&, OutOfMemory> ||
-    std::is_invocable_v<const Handler&, UnknownFailure>;
+    std::is_invocable_v<const Handler&, const ZKException&> || std::is_invocable_v<const Handler&, SOutOfMemory> ||
+    std::is_invocable_v<const Handler&, SUnknownFailure>;
 
+/// Hands an exception to the handler that names its type, else lets it pass on.
 template <class Result, class Overloads, class Exception>
-Result Handle(const Overloads& handlers, const Exception& exception)
+Result HandleNamed(const Overloads& handlers, const Exception& exception)
 {
     if constexpr (std::is_invocable_v<const Overloads&, const Exception&>)
     {
         return handlers(exception);
-    }
-    else if constexpr (std::is_invocable_v<const Overloads&, UnknownFailure>)
-    {
-        return handlers(UnknownFailure{});
     }
     else
     {
@@ -52,25 +49,27 @@ Result Handle(const Overloads& handlers, const Exception& exception)
     }
 }
 
+/// The same, with the handler of what is left over behind it.
 template <class Result, class Overloads, class Exception>
-Result HandleMemory(const Overloads& handlers, const Exception& exception)
+Result Handle(const Overloads& handlers, const Exception& exception)
 {
-    if constexpr (std::is_invocable_v<const Overloads&, OutOfMemory>)
+    if constexpr (std::is_invocable_v<const Overloads&, const Exception&>)
     {
-        return handlers(OutOfMemory{});
+        return handlers(exception);
     }
     else
     {
-        return Handle<Result>(handlers, exception);
+        return HandleNamed<Result>(handlers, SUnknownFailure{});
     }
 }
 } // namespace CatchLadderDetail
 
 /// The one catch ladder: runs `body` and hands what it throws to the first handler that fits, tested in the house's
-/// order: `std::bad_alloc`, Xerces-C's `OutOfMemoryException`, `ZKUserAbort`, `std::ios_base::failure`, `ZKException`,
-/// `std::exception`, anything else. A handler is a callable that takes one of these types, or a tag above; an exception
-/// without a handler of its own goes to the handler of its base, else to the one for `UnknownFailure`, else it leaves
-/// unchanged. A handler's result stands for the body's; a plain `throw;` inside a handler passes the exception on.
+/// order: exhausted memory, `ZKUserAbort`, `std::ios_base::failure`, `ZKException`, `std::exception`, anything else. A
+/// handler takes one of these types or a tag above. Exhausted memory and the operator's abort pass on unless a handler
+/// names them; any other exception goes to its own handler, else to the one of its base, else to `SUnknownFailure`'s,
+/// else it passes on too. One handler that takes `const auto&` gets everything. What a handler returns stands for the
+/// body's result; `throw;` in a handler passes the exception on.
 template <class Body, class... Handlers>
 auto Guarded(Body&& body, Handlers&&... handlers) -> std::invoke_result_t<Body>
 {
@@ -83,17 +82,13 @@ auto Guarded(Body&& body, Handlers&&... handlers) -> std::invoke_result_t<Body>
     {
         return std::forward<Body>(body)();
     }
-    catch (const std::bad_alloc& exception)
+    catch (const std::bad_alloc&)
     {
-        return HandleMemory<Result>(overloads, exception);
-    }
-    catch (const XERCES_CPP_NAMESPACE::OutOfMemoryException& exception)
-    {
-        return HandleMemory<Result>(overloads, exception);
+        return HandleNamed<Result>(overloads, SOutOfMemory{});
     }
     catch (const ZKUserAbort& exception)
     {
-        return Handle<Result>(overloads, exception);
+        return HandleNamed<Result>(overloads, exception);
     }
     catch (const std::ios_base::failure& exception)
     {
@@ -109,6 +104,7 @@ auto Guarded(Body&& body, Handlers&&... handlers) -> std::invoke_result_t<Body>
     }
     catch (...)
     {
-        return Handle<Result>(overloads, UnknownFailure{});
+        return IsParserOutOfMemory() ? HandleNamed<Result>(overloads, SOutOfMemory{})
+                                     : HandleNamed<Result>(overloads, SUnknownFailure{});
     }
 }

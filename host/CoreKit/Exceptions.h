@@ -6,6 +6,7 @@
 #include <CoreKit/TestStatus.h>
 
 #include <cstdarg>
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -15,6 +16,14 @@ inline constexpr const char* PARSE_TREE_EXCEPTION_DEFAULT_MSG = "Test suite tree
 inline constexpr const char* RUN_TIME_EXCEPTION_DEFAULT_MSG = "Run-time failure.";
 inline constexpr const char* DOM_DOC_EXCEPTION_DEFAULT_MSG = "Document failure.";
 inline constexpr const char* TEST_SUITE_EXCEPTION_DEFAULT_MSG = "Test suite failure.";
+
+/// Where in the sources a failure was noticed.
+struct SSourcePlace
+{
+    const char* file;
+    int line;
+    const char* function;
+};
 
 /// Base of the house's errors: a text (the class's default text when given an empty one) and a status.
 /// The family crosses library borders, so each class has its type information in libCoreKit alone.
@@ -28,11 +37,16 @@ public:
 
     TEST_STATUS Status() const noexcept { return m_Status; }
 
+    /// What failed, without the place that `ThrowAt` put in front of the whole text.
+    const char* Message() const noexcept { return what() + m_MessageBegin; }
+    void MessageBegin(std::size_t offset) { m_MessageBegin = offset; }
+
 protected:
     ZKException(std::string_view text, TEST_STATUS status, const char* defaultText);
 
 private:
     TEST_STATUS m_Status;
+    std::size_t m_MessageBegin = 0;
 };
 
 /// The node tree is not in a state that allows the operation.
@@ -101,4 +115,18 @@ template <class Exception>
     va_start(arguments, format);
     const CArgumentsEnd end(arguments);
     throw Exception(FormatTextV(format, arguments));
+}
+
+/// The same for a check that tells where it stands: the text begins with a line that names the place.
+template <class Exception>
+[[noreturn]] __attribute__((format(printf, 2, 3))) void ThrowAt(const SSourcePlace& place, const char* format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    const CArgumentsEnd end(arguments);
+    const CSafeString message = FormatTextV(format, arguments);
+    const CSafeString head = FormatText("\n%s(%d): %s:\n", place.file, place.line, place.function);
+    Exception exception(head + message.c_str());
+    exception.MessageBegin(std::string_view(head).size());
+    throw exception;
 }

@@ -81,10 +81,9 @@ CDOMParser* CAppState::Orvanta()
     return Services().Parser.get();
 }
 
-void CAppState::Orvanta(CDOMParser* parser)
+void CAppState::Orvanta(std::shared_ptr<CDOMParser> parser)
 {
-    std::shared_ptr<CDOMParser> kept(parser);
-    Services().Parser = std::move(kept);
+    Services().Parser = std::move(parser);
 }
 
 ETestSuiteExecutionType CAppState::ExecutionType()

@@ -98,9 +98,9 @@ public:
     static ZKCustomConfiguration* CustomConfiguration();
     static int CurrentFilter();
 
-    /// The schema parser that all suites share, null before the first document; the setter keeps it.
+    /// The schema parser that all suites share, null before the first document.
     static CDOMParser* Orvanta();
-    static void Orvanta(CDOMParser* parser);
+    static void Orvanta(std::shared_ptr<CDOMParser> parser);
 
     static ETestSuiteExecutionType ExecutionType();
     static ETestSuiteMode TestSuiteMode();

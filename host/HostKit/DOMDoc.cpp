@@ -3,6 +3,7 @@
 #include "DocumentText.h"
 
 #include <CoreKit/Format.h>
+#include <CoreKit/PathName.h>
 
 #include <QFile>
 #include <QFileInfo>
@@ -128,7 +129,7 @@ SElementPlace CDOMDoc::Place(const pugi::xml_node& element) const
 
 QString CDOMDoc::Name() const
 {
-    return QFileInfo(m_Path).fileName();
+    return QString::fromStdString(std::string(LastComponent(m_Path.toStdString())));
 }
 
 bool CDOMDoc::ReadFile(QByteArray& bytes)

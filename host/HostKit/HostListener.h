@@ -34,9 +34,9 @@ public:
     virtual void TestLogAdded(std::string_view text, bool isTest, bool isSeparator);
     virtual void OutputFlushed(bool complete);
     virtual void HeadlineShown(std::string_view text, std::uint32_t emphasis);
-    /// A prompt has ended, by whatever way; called before an abort is thrown on.
+    /// A prompt has ended: answered, timed out, closed or aborted. After an abort, called before it leaves the dialog.
     virtual void PromptEnded(const SPrompt& prompt, const TPromptAnswer& answer);
-    /// The operator aborted, by whatever way; called before `ZKUserAbort` is thrown.
+    /// The operator aborted; called before `ZKUserAbort` is thrown.
     virtual void OperatorAborted(std::string_view text);
 };
 

@@ -103,15 +103,11 @@ void WriteLog(LOG_TYPE type, ELogLevel level, const CFormatInfo& format, std::st
     CAppState::Log().DoWrite(type, level, isDefault ? nullptr : &format, text);
 }
 
-void WriteAtDefaults(TEST_STATUS status, std::string_view text)
-{
-    WriteLog(status, ZKLogger::GetDefaultLogVerbosity(status), ZKLogger::GetDefaultFormat(status), text);
-}
-
-void WriteLogDefault(TEST_STATUS status, const char* format, ...)
+void LogDefault(TEST_STATUS status, const char* format, ...)
 {
     std::va_list arguments;
     va_start(arguments, format);
     const CArgumentsEnd end(arguments);
-    WriteAtDefaults(status, FormatTextV(format, arguments));
+    WriteLog(status, ZKLogger::GetDefaultLogVerbosity(status), ZKLogger::GetDefaultFormat(status),
+             FormatTextV(format, arguments));
 }

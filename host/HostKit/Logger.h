@@ -39,14 +39,13 @@ private:
     TEST_STATUS m_Status = TS_NONE;
 };
 
-/// Lets everything written so far reach those who look: `complete` true when the host should also catch up fully
-/// (repaint, write through), false for a cheap chance to do so. May raise the operator's abort at a node's boundary.
+/// Lets the host show what was written so far: with `complete` it catches up fully (repaints, writes through), without
+/// it may do so if that is cheap. May raise the operator's abort between two nodes.
 HOSTKIT_EXPORT void FlushOutput(bool complete);
 
 /// Writes an entry, passing the format as none when it equals the default of the entry's status: the one place that
 /// knows this rule.
 HOSTKIT_EXPORT void WriteLog(LOG_TYPE type, ELogLevel level, const CFormatInfo& format, std::string_view text);
 
-/// Writes an entry at the default level and in the default format of its status; also formatted printf-style.
-HOSTKIT_EXPORT void WriteAtDefaults(TEST_STATUS status, std::string_view text);
-HOSTKIT_EXPORT void WriteLogDefault(TEST_STATUS status, const char* format, ...) __attribute__((format(printf, 2, 3)));
+/// Writes an entry, formatted printf-style, at the default level and in the default format of its status.
+HOSTKIT_EXPORT void LogDefault(TEST_STATUS status, const char* format, ...) __attribute__((format(printf, 2, 3)));

@@ -43,7 +43,7 @@ void zk_failure(const char* format, ...)
     std::va_list arguments;
     va_start(arguments, format);
     const CArgumentsEnd end(arguments);
-    WriteAtDefaults(TS_FAILED, FormatOrEmpty(format, arguments));
+    LogDefault(TS_FAILED, "%s", FormatOrEmpty(format, arguments).c_str());
 }
 
 void zk_error(const char* format, ...)
@@ -51,7 +51,7 @@ void zk_error(const char* format, ...)
     std::va_list arguments;
     va_start(arguments, format);
     const CArgumentsEnd end(arguments);
-    WriteAtDefaults(TS_ERROR, FormatOrEmpty(format, arguments));
+    LogDefault(TS_ERROR, "%s", FormatOrEmpty(format, arguments).c_str());
 }
 
 void zk_abort(const char* text)

@@ -2,6 +2,7 @@
 #include <HostKit/VersionInfo.h>
 
 #include <CoreKit/Format.h>
+#include <CoreKit/Version.h>
 
 #include <QByteArray>
 #include <QString>
@@ -29,7 +30,7 @@ void Common_DisplayOSVersionInfo(const CFormatInfo& format, const CFormatInfo& e
 
 void Common_DisplayEngineFileVersions()
 {
-    WriteLogDefault(TS_NONE, "Orvanta version: %s", ORVANTA_VERSION);
+    LogDefault(TS_NONE, "Orvanta version: %s", ORVANTA_VERSION);
 }
 
 const char* CProductSheetFile::AppSupportedPSFVersionString()

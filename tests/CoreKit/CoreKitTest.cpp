@@ -106,6 +106,16 @@ TEST(Exceptions, TextsAndStatus)
     catch (const ZKRunTimeException& exception)
     {
         EXPECT_STREQ(exception.what(), "answer 42");
+        EXPECT_STREQ(exception.Message(), "answer 42");
+    }
+    try
+    {
+        ThrowAt<CTestSuiteException>({"Room/Source", 7, "CClass::Check"}, "%s\n%d", "answer", 42);
+    }
+    catch (const ZKException& exception)
+    {
+        EXPECT_STREQ(exception.what(), "\nRoom/Source(7): CClass::Check:\nanswer\n42");
+        EXPECT_STREQ(exception.Message(), "answer\n42");
     }
 }
 

@@ -50,8 +50,8 @@ TEST_F(LoggerTest, FormatEqualToTheDefaultIsPassedAsNone)
         WriteLog(status, LL_NORMAL, ZKLogger::GetDefaultFormat(status == TS_NONE ? TS_FAILED : TS_NONE), "another's");
         EXPECT_TRUE(transcript.Take().at(0).ends_with("own format: another's"));
     }
-    WriteLogDefault(TS_FAILED, "%s %d", "text", 5);
-    WriteLogDefault(TS_FAILED | TS_ERROR, "both");
+    LogDefault(TS_FAILED, "%s %d", "text", 5);
+    LogDefault(TS_FAILED | TS_ERROR, "both");
     EXPECT_EQ(transcript.Take(),
               (TLines{"log 20000000/0 level 2 default: text 5", "log 60000000/0 level 1 default: both"}));
 }

@@ -15,6 +15,7 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+#include <xercesc/util/OutOfMemoryException.hpp>
 
 #include <deque>
 #include <functional>
