@@ -1,0 +1,5 @@
+#include <Events/EventSink.h>
+
+CEventSink::~CEventSink() = default;
+
+void CEventSink::HandOver() {}
