@@ -303,6 +303,7 @@ TEST_STATUS CCallTree::TestRunCleanup(TEST_STATUS status)
     }
     FlushOutput(true);
     headline += QLatin1Char('!');
+    const CClosingHeadline closing;
     CAppState::UserInput().ShowInfo(UI_MODE_NORMAL, UI_NO_TIMEOUT, headline.toStdString(), true, "",
                                     passed ? UI_EMPHASIS_NONE : UI_EMPHASIS_FAILURE, gui::ABORT_BTN_SHOWN, "");
     ForgetAbort();

@@ -139,7 +139,7 @@ CSavedAnswers::CSavedAnswers(const std::string& path)
     trial.cancelWriting();
 }
 
-void CSavedAnswers::PromptEnded(const SPrompt& prompt, const TPromptAnswer& answer)
+void CSavedAnswers::PromptEnded(std::uint64_t /*id*/, const SPrompt& prompt, const TPromptAnswer& answer)
 {
     TJson entry = {{"text", prompt.text}, {"answer", AnswerJson(answer)}};
     m_Entries.push_back(entry.dump(-1, ' ', false, TJson::error_handler_t::replace));

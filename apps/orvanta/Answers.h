@@ -18,7 +18,7 @@ class CSavedAnswers : public CHostListener
 public:
     explicit CSavedAnswers(const std::string& path);
 
-    void PromptEnded(const SPrompt& prompt, const TPromptAnswer& answer) override;
+    void PromptEnded(std::uint64_t id, const SPrompt& prompt, const TPromptAnswer& answer) override;
 
     /// Why the file is not complete; empty when it is.
     const std::string& WriteError() const { return m_WriteError; }

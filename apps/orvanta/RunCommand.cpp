@@ -4,6 +4,7 @@
 #include "EarlyExit.h"
 #include "HostSession.h"
 #include "Interrupt.h"
+#include "LineDialog.h"
 #include "OutputNames.h"
 #include "Progress.h"
 #include "RunVerdict.h"
@@ -13,7 +14,6 @@
 #include "TerminalUserInput.h"
 
 #include <CoreKit/CatchLadder.h>
-#include <HostKit/ObservedUserInput.h>
 #include <HostKit/ScriptedUserInput.h>
 #include <Orvanta/CallTree.h>
 #include <Orvanta/DOMDocTestSuite.h>
@@ -119,7 +119,7 @@ public:
         {
             m_Input = std::make_unique<CScriptedUserInput>(std::move(*answers));
         }
-        else if (CTerminalUserInput::IsPossible())
+        else if (CLineDialog::IsPossible())
         {
             m_Input = std::make_unique<CTerminalUserInput>(progress);
         }
@@ -129,14 +129,12 @@ public:
             nobody->WhenExhausted("there is no terminal, and no list of answers (--answers)");
             m_Input = std::move(nobody);
         }
-        m_Observed.emplace(*m_Input);
     }
 
-    CUserInput& Input() { return *m_Observed; }
+    CUserInput& Input() { return *m_Input; }
 
 private:
     std::unique_ptr<CUserInput> m_Input;
-    std::optional<CObservedUserInput> m_Observed;
 };
 
 /// One suite, from the file to the exit code it stands for. Lives for one run; options and outputs outlive it.

@@ -77,6 +77,7 @@ struct HOSTKIT_EXPORT SHostServices
     std::unique_ptr<CHelper> Helper;
     bool FunctionIsExecuting = false;
     bool TestSuiteExecuting = false;
+    bool ClosingHeadline = false; ///< set through `CClosingHeadline`
 
     CQtSignaler OwnSignaler;
 };

@@ -14,7 +14,9 @@ void CHostListener::OutputFlushed(bool /*complete*/) {}
 
 void CHostListener::HeadlineShown(std::string_view /*text*/, std::uint32_t /*emphasis*/) {}
 
-void CHostListener::PromptEnded(const SPrompt& /*prompt*/, const TPromptAnswer& /*answer*/) {}
+void CHostListener::PromptOpened(std::uint64_t /*id*/, const SPrompt& /*prompt*/) {}
+
+void CHostListener::PromptEnded(std::uint64_t /*id*/, const SPrompt& /*prompt*/, const TPromptAnswer& /*answer*/) {}
 
 void CHostListener::OperatorAborted(std::string_view /*text*/) {}
 

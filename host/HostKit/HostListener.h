@@ -3,7 +3,8 @@
 #include <HostKit/FormatInfo.h>
 #include <HostKit/HostKitExport.h>
 #include <HostKit/LogTypes.h>
-#include <HostKit/Prompt.h>
+
+#include <CoreKit/Prompt.h>
 
 #include <cstdint>
 #include <functional>
@@ -34,8 +35,11 @@ public:
     virtual void TestLogAdded(std::string_view text, bool isTest, bool isSeparator);
     virtual void OutputFlushed(bool complete);
     virtual void HeadlineShown(std::string_view text, std::uint32_t emphasis);
-    /// A prompt has ended: answered, timed out, closed or aborted. After an abort, called before it leaves the dialog.
-    virtual void PromptEnded(const SPrompt& prompt, const TPromptAnswer& answer);
+    /// A prompt is about to be asked; the numbers of a dialog service's prompts are 1, 2, ...
+    virtual void PromptOpened(std::uint64_t id, const SPrompt& prompt);
+    /// The prompt with that number has ended: answered, timed out, closed or aborted. After an abort, called before it
+    /// leaves the dialog.
+    virtual void PromptEnded(std::uint64_t id, const SPrompt& prompt, const TPromptAnswer& answer);
     /// The operator aborted; called before `ZKUserAbort` is thrown.
     virtual void OperatorAborted(std::string_view text);
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <HostKit/Prompt.h>
+#include <CoreKit/Prompt.h>
 
 #include <nlohmann/json.hpp>
 

@@ -162,7 +162,7 @@ void CRunRecord::TestLogAdded(std::string_view text, bool isTest, bool isSeparat
     Append(m_File, event);
 }
 
-void CRunRecord::PromptEnded(const SPrompt& prompt, const TPromptAnswer& answer)
+void CRunRecord::PromptEnded(std::uint64_t /*id*/, const SPrompt& prompt, const TPromptAnswer& answer)
 {
     TJson event = Event("prompt");
     switch (prompt.kind)
@@ -177,14 +177,14 @@ void CRunRecord::PromptEnded(const SPrompt& prompt, const TPromptAnswer& answer)
         event.update({{"kind", "integer"},
                       {"text", prompt.text},
                       {"label", prompt.label},
-                      {"base", static_cast<std::uint32_t>(prompt.base)},
+                      {"base", prompt.hexadecimal ? 16 : 10},
                       {"initialize", prompt.initialize},
                       {"initial", prompt.initial},
                       {"min", prompt.min},
                       {"max", prompt.max}});
         break;
     }
-    event["timeout"] = prompt.timeout == UI_NO_TIMEOUT ? TJson() : TJson(prompt.timeout);
+    event["timeout"] = prompt.timeout ? TJson(*prompt.timeout) : TJson();
     event["answer"] = AnswerJson(answer);
     Append(m_File, event);
 }

@@ -68,7 +68,7 @@ public:
     void LogWritten(const SLogEntry& entry) override;
     void Printed(ELogLevel level, bool line, std::string_view text) override;
     void TestLogAdded(std::string_view text, bool isTest, bool isSeparator) override;
-    void PromptEnded(const SPrompt& prompt, const TPromptAnswer& answer) override;
+    void PromptEnded(std::uint64_t id, const SPrompt& prompt, const TPromptAnswer& answer) override;
     void OperatorAborted(std::string_view text) override;
     void HeadlineShown(std::string_view text, std::uint32_t emphasis) override;
 

@@ -7,6 +7,8 @@
 #include <iterator>
 #include <sstream>
 
+#include <unistd.h>
+
 namespace
 {
 constexpr int TIMEOUT = 30000;
@@ -63,10 +65,11 @@ QProcessEnvironment CCliTest::Environment() const
     return environment;
 }
 
-std::unique_ptr<CPty> CCliTest::RunAtTerminal(const std::string& arguments) const
+std::unique_ptr<CPty> CCliTest::ShellAtTerminal(const std::string& script) const
 {
-    return std::make_unique<CPty>(m_Folder.path(), Environment().toStringList(),
-                                  QStringList{QStringLiteral(ORVANTA_PROGRAM)} + Words(RUN + arguments));
+    return std::make_unique<CPty>(
+        m_Folder.path(), Environment().toStringList(),
+        QStringList{QStringLiteral("/bin/bash"), QStringLiteral("-c"), QString::fromStdString(script)});
 }
 
 std::unique_ptr<QProcess> CCliTest::Start(const char* program, const QStringList& arguments,
@@ -75,7 +78,15 @@ std::unique_ptr<QProcess> CCliTest::Start(const char* program, const QStringList
     auto process = std::make_unique<QProcess>();
     process->setProcessEnvironment(Environment());
     process->setWorkingDirectory(m_Folder.path());
-    process->setChildProcessModifier(prepare);
+    process->setChildProcessModifier(
+        [prepare]
+        {
+            setsid(); // away from the terminal of who runs the tests
+            if (prepare)
+            {
+                prepare();
+            }
+        });
     process->start(QString::fromUtf8(program), arguments);
     EXPECT_TRUE(process->waitForStarted(TIMEOUT)) << qPrintable(process->errorString());
     return process;

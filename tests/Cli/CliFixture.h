@@ -51,8 +51,14 @@ protected:
     /// `prepare` is run in the new process before the program.
     std::unique_ptr<QProcess> Start(const char* program, const QStringList& arguments,
                                     const std::function<void()>& prepare = {}) const;
-    /// The same call as `Run` at a terminal.
-    std::unique_ptr<CPty> RunAtTerminal(const std::string& arguments) const;
+    /// The same call as `Run` at a terminal, which no other process of these tests has.
+    std::unique_ptr<CPty> RunAtTerminal(const std::string& arguments) const
+    {
+        return ShellAtTerminal("exec " + Command(arguments));
+    }
+    /// What a shell does at a terminal, and such a call as it takes it.
+    std::unique_ptr<CPty> ShellAtTerminal(const std::string& script) const;
+    static std::string Command(const std::string& arguments) { return ORVANTA_PROGRAM " " + RUN + arguments; }
     SOutcome Finish(QProcess& process) const;
 
     /// The record's events; fails the test for a line that is none.

@@ -101,5 +101,6 @@ ZK_TEST(LogsOddBytes) { zk_log(3, "odd \xFF and \033[31mred"); return true; }
 ZK_TEST(Hangs) { AwaitInterrupt("hanging"); return true; }
 ZK_TEST(HangsTwice) { AwaitInterrupt("hanging"); AwaitInterrupt("still hanging"); return true; }
 ZK_TEST(NeverReturns) { for (;;) { AwaitInterrupt("stuck"); } }
+ZK_TEST(Rests) { zk_log(3, "resting"); usleep(500000); return true; }
 ZK_TEST(Naps) { zk_log(3, "napping"); usleep(50000); return true; }
 // clang-format on

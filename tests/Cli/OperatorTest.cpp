@@ -4,7 +4,7 @@
 
 namespace
 {
-/// A step of the operator: what the terminal shows first, and what is typed then.
+/// A step of the operator: what the terminal shows first, and what is typed then; a line only where one is asked for.
 struct SStep
 {
     std::string shown;
@@ -13,6 +13,7 @@ struct SStep
 
 const char* const CTRL_C = "\x03";
 const char* const CTRL_D = "\x04";
+const char* const CTRL_Z = "\x1A";
 const std::string READY = "<x:BooleanPopup text=\"Ready?\" variable=\"$On\"/>\n";
 const std::string OFF = "<x:BooleanPopup text=\"Off?\" variable=\"$On\"/>\n";
 const std::string LOOP = "<x:Group name=\"Long\" to=\"10000\">" + Call("Naps") + "</x:Group>\n";
@@ -25,12 +26,21 @@ protected:
                                   const std::string& exit = {})
     {
         auto terminal = RunAtTerminal("--record r " + Suite(body, exit));
+        Follow(*terminal, steps);
+        return terminal;
+    }
+
+    static void Follow(CPty& terminal, const std::vector<SStep>& steps)
+    {
         for (const auto& [shown, typed] : steps)
         {
-            terminal->Expect(shown);
-            terminal->Send(typed);
+            terminal.Expect(shown);
+            if (typed.ends_with('\n'))
+            {
+                terminal.Expect("> ");
+            }
+            terminal.Send(typed);
         }
-        return terminal;
     }
 
     /// How the prompts ended, as JSON, each followed by a blank.
@@ -82,21 +92,22 @@ TEST_F(COperatorTest, AWrongAnswerIsAskedAgainWithTheReason)
            <x:SetPopup text="And now?" variable="$N" hex="true"/>
            <x:SetPopup text="Any more?" variable="$N"/>
            <x:InfoPopup text="Mind the gap" button="Got it"/>)",
-        {{"Is it on?\r\n  [y] Aye  [n] Nay  [!] Abort\r\n", "maybe\n"},
-         {"\"maybe\" is neither y nor n.\r\n", "yes\n"}, // the caption is another one
-         {"\"yes\" is neither y nor n.\r\n", " aYE \n"},
-         {"Still on?\r\n  [y] Yes  [n] S\u00FC\u00DF ", "s\u00FC\u00DF\n"},
+        {{"Is it on?\r\n  [a] Aye  [n] Nay  [!] Abort\r\n", "maybe\n"},
+         {"\"maybe\" is neither a nor n.\r\n", "yes\n"}, // the caption is another one
+         {"\"yes\" is neither a nor n.\r\n", " aYE \n"},
+         {"Still on?\r\n  [y] Yes  [s] S\u00FC\u00DF ", "s\u00FC\u00DF\n"},
          {"How much?\r\n  Volts from 10 to 300  [Enter] 42  [!] Abort\r\n", "4x\n"},
          {"\"4x\" is no number.\r\n", "-20\n"},
          {"\"-20\" is no number.\r\n", "18446744073709551626\n"}, // 2^64 more than 10
-         {"\"18446744073709551626\" is no number.\r\n", "9\n"},
+         {"18446744073709551626 is too large: numbers have up to 64 bits.\r\n", "9\n"},
          {"9 is not from 10 to 300.\r\n", "301\n"},
          {"301 is not from 10 to 300.\r\n", "\n"},
          {"Which mask?\r\n  Select a value: from 0x0 to 0x300, hexadecimal  [!] Abort\r\n", "\n"},
          {"\"\" is no hexadecimal number.\r\n", "12G\n"},
          {"\"12G\" is no hexadecimal number.\r\n", "301\n"},
          {"0x301 is not from 0x0 to 0x300.\r\n", "12C\n"},
-         {"And now?\r\n  Select a value: from 0x0 to 0xFFFFFFFFFFFFFFFF, hexadecimal  [Enter] 0x12C ", "0x12d\n"},
+         {"And now?\r\n  Select a value: from 0x0 to 0xFFFFFFFFFFFFFFFF, hexadecimal  [Enter] 0x12C\r\n  [!] Abort",
+          "0x12d\n"},
          {"Any more?\r\n  Select a value: from 0 to 18446744073709551615  [Enter] 301 ", "0XFF\n"},
          {"Mind the gap\r\n  [Enter] Got it  [!] Abort\r\n", "what\n"},
          {"Press Enter for \"Got it\".\r\n", "\n"}});
@@ -109,11 +120,7 @@ TEST_F(COperatorTest, ATimeoutCountsDownAndLeavesNothingTyped)
 {
     const auto terminal =
         Operate("<x:SetPopup text=\"How much?\" variable=\"$N\" timeout=\"2\"/>" + READY + Call("Passes"),
-                {{"(2 s) > ", "x\n"},
-                 {"\"x\" is no number.\r\n", "7"},
-                 {"\r\033[K(1 s) > 7", ""},
-                 {"Ready?", ""},
-                 {"> ", "n\n"}});
+                {{"(2 s)", "x\n"}, {"\"x\" is no number.\r\n", "7"}, {"\r\033[K(1 s) > 7", ""}, {"Ready?", "n\n"}});
     EXPECT_EQ(terminal->Wait(), 1);
     EXPECT_EQ(Answers(), "\"timeout\" false ");
     EXPECT_EQ(Ran(), "/0/0 /1/2 /2/0 ");
@@ -121,6 +128,90 @@ TEST_F(COperatorTest, ATimeoutCountsDownAndLeavesNothingTyped)
     EXPECT_PRED2(Contains, output, "Set integer dialog timed out.");
     EXPECT_EQ(output.find("\"7"), std::string::npos) << output;
     EXPECT_EQ(Read("r").find("Setting $N"), std::string::npos);
+}
+
+TEST_F(COperatorTest, KeysFollowTheCaptionsAndLinesTheTerminal)
+{
+    const struct
+    {
+        std::string yes;
+        std::string no;
+        std::string shown;
+        std::string typed;
+        std::string answer;
+    } rows[] = {
+        // clang-format off
+        {"Left", "Right", "[l] Left  [r] Right", "r", "false"},
+        {"No", "Yes", "[n] No  [y] Yes", "n", "true"},
+        {"", " ", "[y] Yes  [n] No", "N", "false"},
+        {"Start", "Stop", "[a] Start  [o] Stop", "O", "false"},
+        {"On", "Off", "[1] On  [2] Off", "2", "false"}, // no [n] that chooses On
+        {"Aim!", "(Ayr)", "[m] Aim!  [r] (Ayr)", "aim!", "true"}, // nor a [y] for the other
+        {"Retry", "Retry  all", "[1] Retry  [2] Retry all", "RETRY ALL", "false"},
+        {"Same", "SAME", "[1] Same  [2] SAME", "1", "true"},
+        {"2 V", "1 V", "[2] 2 V  [1] 1 V", "1", "false"},
+        {"\u00DCber", "Unter", "[\u00FC] \u00DCber  [u] Unter", "\u00DCBER", "true"},
+        // clang-format on
+    };
+    // 80 columns, as the terminal has, and one more: bytes and characters do not count.
+    const std::string lines =
+        std::string(75, 'a') + " \u96FB\u6E90&#10;  b" + std::string(73, 'b') + " \u96FB\u6E90 fin";
+    std::string body;
+    std::vector<SStep> steps;
+    std::string answers;
+    for (const auto& row : rows)
+    {
+        body +=
+            "<x:BooleanPopup text=\"?\" variable=\"$On\" yes_button=\"" + row.yes + "\" no_button=\"" + row.no + "\"/>";
+        steps.push_back({"?\r\n  " + row.shown + "  [!] Abort\r\n", row.typed + "\n"});
+        answers += row.answer + ' ';
+    }
+    body += "<x:BooleanPopup text=\"?\" variable=\"$On\" yes_button=\"Same\" no_button=\"Same\"/>"
+            "<x:InfoPopup button=\"\" text=\"" +
+        lines + "\"/>";
+    steps.push_back({"[1] Same  [2] Same ", "same\n"});
+    steps.push_back({"\"same\" is neither 1 nor 2.\r\n", "2\n"});
+    steps.push_back({"a \u96FB\u6E90\r\n  bb", ""});
+    steps.push_back({"b\r\n  \u96FB\u6E90 fin\r\n  [Enter] OK  [!] Abort\r\n", "ok\n"});
+    EXPECT_EQ(Operate(body, steps)->Wait(), 0);
+    EXPECT_EQ(Answers(), answers + "false \"ok\" ");
+}
+
+TEST_F(COperatorTest, WhatIsTypedBeforeAPromptIsSeenDoesNotAnswerIt)
+{
+    const auto terminal = Operate(Call("Rests") + "<x:InfoPopup text=\"High voltage!\"/>" + READY,
+                                  {{"resting", "\r\ry\rx"}, {"[Enter] OK", ""}, {"> ", CTRL_D}, {"Ready?", "n\n"}});
+    EXPECT_EQ(terminal->Wait(), 1);
+    EXPECT_EQ(Answers(), "\"cancel\" false ");
+}
+
+TEST_F(COperatorTest, BehindPipesPromptsAreAskedAtTheTerminal)
+{
+    const auto terminal = ShellAtTerminal("set -o pipefail; " + Command("--record r ") + Suite(READY + OFF) +
+                                          " < /dev/null 2> err | cat > out");
+    Follow(*terminal, {{"\r\nReady?\r\n  [y] Yes  [n] No  [!] Abort\r\n", "y\n"}, {"Off?", "n\n"}});
+    EXPECT_EQ(terminal->Wait(), 0);
+    EXPECT_EQ(Answers(), "true false ");
+    EXPECT_PRED2(Contains, Read("out"), "Test suite Completed!");
+    EXPECT_EQ(Read("err"), "");
+    EXPECT_FALSE(Contains(terminal->Output(), "User selected"));
+    EXPECT_TRUE(terminal->IsRestored());
+}
+
+TEST_F(COperatorTest, CtrlZLeavesTheTerminalSoundAndTheReturnShowsThePromptAgain)
+{
+    const std::string prompt = "How much?\r\n  Volts from 10 to 300  [Enter] 42  [!] Abort\r\n";
+    const auto terminal = ShellAtTerminal(
+        "set -m; " + Command("-q --record r ") +
+        Suite("<x:SetPopup text=\"How much?\" label=\"Volts\" variable=\"$N\" min=\"10\" max=\"300\" timeout=\"3\"/>") +
+        "; echo stopped; sleep 3.2; fg > /dev/null");
+    Follow(*terminal, {{prompt + "(3 s) > ", "12"}, {"12", CTRL_Z}, {"stopped", ""}});
+    EXPECT_TRUE(terminal->IsRestored());
+    Follow(*terminal, {{prompt, "5\n"}});
+    EXPECT_EQ(terminal->Wait(), 0);
+    EXPECT_EQ(Answers(), "125 ");
+    EXPECT_PRED2(Contains, terminal->Output().substr(terminal->Output().find("stopped")), ") > 12");
+    EXPECT_TRUE(terminal->IsRestored());
 }
 
 TEST_F(COperatorTest, CtrlDClosesAPromptWithoutAnAnswerAndTheRunGoesOn)
@@ -155,7 +246,7 @@ TEST_F(COperatorTest, AnAbortEndsTheRunBehindTheExitGroup)
           "\"abort\" \"abort\" ", atOff, {ready, breaks, off, breaks});
     Abort("Ctrl-C during a loop", LOOP + Call("Passes"), prepares, "/0/0 /1/0/0 /2/0 ", "", between, {breaksLoop});
     Abort("Ctrl-C during a loop, then a prompt of the exit group", LOOP, OFF + prepares, "/0/0 /1/0/0 /2/1 ", "false ",
-          between, {breaksLoop, off, {"> ", "n\n"}});
+          between, {breaksLoop, {"Off?", "n\n"}});
     Abort("Ctrl-C during a loop, again in the exit group", LOOP, hangs + prepares, "/0/0 /1/0/0 /2/0 ", "", between,
           {breaksLoop, breaksHanging});
     Abort("Ctrl-C twice during one call", Call("HangsTwice"), prepares, "/0/0 /1/0 ", "", between,

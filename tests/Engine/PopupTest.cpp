@@ -16,7 +16,7 @@ const std::string VARIABLES = R"(<x:Variables>
 </x:Variables><x:InitGroup><x:Value value="0"/></x:InitGroup>)";
 const char* const MAX_SLOT = "18446744073709551615"; ///< `$Wide` untouched
 
-/// A suite whose first test group holds one prompt, which runs in the midst of a run, and a comparison that shows
+/// A suite whose first test group holds one prompt, which runs without a run around it, and a comparison that shows
 /// `$Wide` or another variable. `element` is the prompt's name without the prefix, and its attributes.
 class CPrompt
 {
@@ -28,7 +28,6 @@ public:
                       "<x:ExitGroup><x:Value value='0'/></x:ExitGroup>")
     {
         m_Host.Answers(std::move(answers));
-        m_Host.Services.TestSuiteExecuting = true;
     }
 
     CNode& Node() { return m_Suite.Node("/1/0"); }

@@ -36,6 +36,21 @@ public:
     {
         Add(FormatText("headline %u: ", emphasis), text);
     }
+    void PromptOpened(std::uint64_t id, const SPrompt& prompt) override
+    {
+        Add(FormatText("opened %llu: ", static_cast<unsigned long long>(id)), prompt.text);
+    }
+    void PromptEnded(std::uint64_t id, const SPrompt& /*prompt*/, const TPromptAnswer& answer) override
+    {
+        const auto* const end = std::get_if<EPromptEnd>(&answer);
+        const auto* const number = std::get_if<std::uint64_t>(&answer);
+        static const char* const ENDS[] = {"ok", "timeout", "cancel", "abort"};
+        const std::string shown = end ? ENDS[static_cast<int>(*end)]
+            : number                  ? std::to_string(*number)
+            : std::get<bool>(answer)  ? "true"
+                                      : "false";
+        Add(FormatText("ended %llu: ", static_cast<unsigned long long>(id)), shown);
+    }
     void OperatorAborted(std::string_view text) override { Add("abort: ", text); }
 
     std::vector<std::string> Take() { return std::exchange(m_Lines, {}); }

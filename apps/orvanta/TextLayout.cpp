@@ -1,0 +1,82 @@
+#include "TextLayout.h"
+
+#include <algorithm>
+#include <cwchar>
+
+namespace
+{
+/// Where the cursor is behind a text that begins in a column.
+std::size_t ColumnBehind(std::string_view text, std::size_t column)
+{
+    constexpr std::size_t TAB = 8;
+    std::mbstate_t state{};
+    while (!text.empty())
+    {
+        wchar_t character = 0;
+        const std::size_t used = std::mbrtowc(&character, text.data(), text.size(), &state);
+        if (used == 0 || used > text.size())
+        {
+            return column + text.size(); // no UTF-8: a column a byte
+        }
+        const int columns = wcwidth(character);
+        column =
+            character == L'\t' ? (column / TAB + 1) * TAB : column + static_cast<std::size_t>(std::max(columns, 0));
+        text.remove_prefix(used);
+    }
+    return column;
+}
+} // namespace
+
+CUtf8Locale::CUtf8Locale()
+    : m_Locale(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr))
+    , m_Before(uselocale(m_Locale))
+{
+}
+
+CUtf8Locale::~CUtf8Locale()
+{
+    uselocale(m_Before);
+    if (m_Locale)
+    {
+        freelocale(m_Locale);
+    }
+}
+
+std::string Wrapped(std::string_view text, std::size_t width)
+{
+    const CUtf8Locale locale;
+    std::string wrapped;
+    std::string_view indent;
+    std::size_t column = 0;
+    for (std::size_t at = 0; at < text.size();)
+    {
+        if (text[at] == '\n')
+        {
+            wrapped += text[at++];
+            column = 0;
+            continue;
+        }
+        const std::size_t word = std::min(text.find_first_not_of(" \t", at), text.size());
+        const std::size_t end = std::min(text.find_first_of(" \t\n", word), text.size());
+        std::string_view piece = text.substr(at, end - at);
+        at = end;
+        if (word == end)
+        {
+            continue; // blanks that nothing follows
+        }
+        if (column == 0)
+        {
+            indent = piece.substr(0, piece.size() - (end - word));
+        }
+        else if (ColumnBehind(piece, column) > width)
+        {
+            wrapped.append("\n").append(indent);
+            column = ColumnBehind(indent, 0);
+            piece = text.substr(word, end - word);
+        }
+        wrapped += piece;
+        column = ColumnBehind(piece, column);
+        column = column > width ? column % width : column;
+    }
+    return wrapped;
+}
