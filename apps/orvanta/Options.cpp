@@ -165,6 +165,8 @@ void CCommandLine::AddRunOptions(CLI::App& app)
     app.add_flag_callback("--validation", execution(EXECUTION_VALIDATION), "Validate the suites")->excludes(diagnostic);
     AddText(app, "--answers", m_Options.answers, "FILE", "Answer the prompts from a JSON list");
     AddText(app, "--save-answers", m_Options.saveAnswers, "FILE", "Write the answers given, as such a list");
+    app.add_flag("--unattended", m_Options.unattended,
+                 "Never ask at the terminal; a prompt without an\nanswer aborts the run");
     AddText(app, "--record", m_Options.record, "FILE", "Write the run record, as JSON Lines");
     AddText(app, "--log", m_Options.log, "FILE", "Write the complete log, as text");
     AddVerbosity(app);

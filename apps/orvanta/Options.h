@@ -41,6 +41,7 @@ struct SOptions
     ETestSuiteExecutionType executionType = EXECUTION_NORMAL;
     std::optional<std::string> answers;
     std::optional<std::string> saveAnswers;
+    bool unattended = false;
     std::optional<std::string> record;
     std::optional<std::string> log;
     ELogLevel logLevel = LL_WARNING;

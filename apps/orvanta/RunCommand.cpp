@@ -113,20 +113,22 @@ struct SOutputs
 class CPromptDialogs
 {
 public:
-    CPromptDialogs(std::optional<std::deque<SScriptedAnswer>> answers, CProgress& progress)
+    CPromptDialogs(std::optional<std::deque<SScriptedAnswer>> answers, bool unattended, CProgress& progress)
     {
         if (answers)
         {
             m_Input = std::make_unique<CScriptedUserInput>(std::move(*answers));
         }
-        else if (CLineDialog::IsPossible())
+        else if (!unattended && CLineDialog::IsPossible())
         {
             m_Input = std::make_unique<CTerminalUserInput>(progress);
         }
         else
         {
             auto nobody = std::make_unique<CScriptedUserInput>();
-            nobody->WhenExhausted("there is no terminal, and no list of answers (--answers)");
+            nobody->WhenExhausted(
+                std::string(unattended ? "the run is unattended (--unattended)" : "there is no terminal") +
+                ", and no list of answers (--answers)");
             m_Input = std::move(nobody);
         }
     }
@@ -375,7 +377,7 @@ EExitCode RunSuites(const SOptions& options)
                 answers = ReadAnswers(*options.answers);
             }
             outputs.emplace(options);
-            dialogs.emplace(std::move(answers), outputs->progress);
+            dialogs.emplace(std::move(answers), options.unattended, outputs->progress);
             return EExitCode::Passed;
         },
         [](const ZKException& exception) { return ReportUsage(ECommand::Run, exception.what()); });

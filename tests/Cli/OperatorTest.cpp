@@ -198,6 +198,16 @@ TEST_F(COperatorTest, BehindPipesPromptsAreAskedAtTheTerminal)
     EXPECT_TRUE(terminal->IsRestored());
 }
 
+TEST_F(COperatorTest, AnUnattendedRunAsksNobody)
+{
+    const auto terminal = RunAtTerminal("--unattended " + Suite(READY));
+    EXPECT_EQ(terminal->Wait(), 2);
+    EXPECT_PRED2(
+        Contains, terminal->Output(),
+        "The prompt \"Ready?\" cannot be answered: the run is unattended (--unattended), and no list of answers "
+        "(--answers).");
+}
+
 TEST_F(COperatorTest, CtrlZLeavesTheTerminalSoundAndTheReturnShowsThePromptAgain)
 {
     const std::string prompt = "How much?\r\n  Volts from 10 to 300  [Enter] 42  [!] Abort\r\n";
