@@ -66,12 +66,16 @@ bool TakeSignals()
     return sigprocmask(SIG_BLOCK, &terminate, nullptr) == 0;
 }
 
-/// A library whose initialiser does not come back.
+/// A library whose initialiser does not come back, or has something to say.
 [[maybe_unused]] const bool g_Loaded = []
 {
     if (std::getenv("CLI_LIBRARY_EXITS"))
     {
         std::exit(0);
+    }
+    if (std::getenv("CLI_LIBRARY_COMPLAINS"))
+    {
+        zk_error("no licence");
     }
     return true;
 }();

@@ -106,6 +106,13 @@ TEST_F(CRunTest, ALibraryThatEndsTheProcessWhileItIsLoadedIsNoSuccess)
     }
 }
 
+TEST_F(CRunTest, AnErrorBeforeTheFirstTestIsNoSuccess)
+{
+    const SOutcome outcome = Shell("CLI_LIBRARY_COMPLAINS=1 '" ORVANTA_PROGRAM "' " + RUN + Suite(Call("Passes")));
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_PRED2(Contains, outcome.out, "no licence\n");
+}
+
 TEST_F(CRunTest, TheSuiteAsksForItsModeAndStaysSelected)
 {
     Suite(Call("Passes"), "", "suite.xml", "",
