@@ -8,32 +8,38 @@
 #include <stdexcept>
 #include <string_view>
 
+#include <langinfo.h>
+
 namespace
 {
 constexpr std::size_t FIRST_SIZE = 512;
 
-/// While it lives, numbers look as they do in C, and wide texts become UTF-8, whatever locale the process has: test
-/// code may set another.
-class CPlainLocale
+/// While it lives, numbers have their decimal point, whatever locale test code has set; all else in it stays.
+class CPlainNumbers
 {
 public:
-    CPlainLocale()
-        : m_Before(uselocale(Plain()))
+    CPlainNumbers()
     {
+        if (std::string_view(nl_langinfo(RADIXCHAR)) != ".")
+        {
+            m_Plain = newlocale(LC_NUMERIC_MASK, "C", duplocale(uselocale(nullptr)));
+            m_Before = uselocale(m_Plain);
+        }
     }
-    ~CPlainLocale() { uselocale(m_Before); }
-    CPlainLocale(const CPlainLocale&) = delete;
-    CPlainLocale& operator=(const CPlainLocale&) = delete;
+    ~CPlainNumbers()
+    {
+        if (m_Plain)
+        {
+            uselocale(m_Before);
+            freelocale(m_Plain);
+        }
+    }
+    CPlainNumbers(const CPlainNumbers&) = delete;
+    CPlainNumbers& operator=(const CPlainNumbers&) = delete;
 
 private:
-    static locale_t Plain()
-    {
-        static const locale_t c = newlocale(LC_ALL_MASK, "C", nullptr);
-        static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-        return utf8 ? utf8 : c;
-    }
-
-    locale_t m_Before;
+    locale_t m_Plain = nullptr;
+    locale_t m_Before = nullptr;
 };
 
 std::size_t Checked(int length)
@@ -50,7 +56,7 @@ CSafeString FormatFilledV(char fill, std::size_t count, const char* format, std:
 {
     thread_local CSimpleBuffer buffer;
 
-    const CPlainLocale locale;
+    const CPlainNumbers numbers;
     std::va_list again;
     va_copy(again, arguments);
     const CArgumentsEnd end(again);
