@@ -163,8 +163,10 @@ public:
     /// Everything found; call it once, after the parse.
     SValidation Result()
     {
-        Settle(SComplaint::ETopic::Element, false);
-        Settle(SComplaint::ETopic::Content, false);
+        for (SComplaint& complaint : m_HeldBack)
+        {
+            m_Result.errors.push_back(std::move(complaint.error));
+        }
         return std::move(m_Result);
     }
 
@@ -355,7 +357,7 @@ public:
     CGrammar(const QByteArray& text, const QString& name)
     {
         std::vector<CDOMError> errors;
-        CReader reader(m_Pool, std::string(), [&](SComplaint complaint) { errors.push_back(complaint.error); });
+        CReader reader(m_Pool, std::string(), [&](const SComplaint& complaint) { errors.push_back(complaint.error); });
         const bool loaded =
             reader.loadGrammar(*SourceOf(text, name), xerces::Grammar::SchemaGrammarType, true) != nullptr;
         if (!loaded || !errors.empty())

@@ -17,6 +17,7 @@ template <class TMap>
 std::vector<std::string> Keys(const TMap& map)
 {
     std::vector<std::string> keys;
+    keys.reserve(map.size());
     for (const auto& [key, value] : map)
     {
         keys.push_back(key);
