@@ -114,7 +114,7 @@ bool CLineDialog::IsPossible()
     return std::unique_ptr<std::FILE, SClose>(std::fopen(TERMINAL, "r+e")) != nullptr;
 }
 
-CLineDialog::CLineDialog(const std::string& text, std::optional<std::uint32_t> timeout)
+CLineDialog::CLineDialog()
     : m_Terminal(std::fopen(TERMINAL, "r+e"))
 {
     if (!m_Terminal)
@@ -122,7 +122,6 @@ CLineDialog::CLineDialog(const std::string& text, std::optional<std::uint32_t> t
         return;
     }
     std::FILE* const terminal = m_Terminal.get();
-    m_Text = '\n' + Wrapped(text, TerminalWidth(terminal)) + '\n';
     const CUtf8Locale locale; // choosing the editor decides which characters it inserts
     m_Editor = el_init("orvanta", terminal, terminal, terminal);
     el_set(m_Editor, EL_CLIENTDATA, this);
@@ -130,16 +129,25 @@ CLineDialog::CLineDialog(const std::string& text, std::optional<std::uint32_t> t
     el_set(m_Editor, EL_PROMPT, &CLineDialog::PromptText);
     el_set(m_Editor, EL_GETCFN, &CLineDialog::ReadCharacter);
     el_set(m_Editor, EL_SIGNAL, 0);
+}
+
+void CLineDialog::Open(const std::string& text, std::optional<std::uint32_t> timeout, CStopSignals& signals)
+{
+    if (!m_Editor)
+    {
+        return;
+    }
+    std::FILE* const terminal = m_Terminal.get();
+    m_Text = '\n' + Wrapped(text, TerminalWidth(terminal)) + '\n';
+    m_Signals = &signals;
+    m_Partial = {};
     el_set(m_Editor, EL_PREP_TERM, 1);
     std::fputs(m_Text.c_str(), terminal);
     std::fflush(terminal);
     // Only now can the text be read, and only the terminal itself has read ahead.
     tcdrain(fileno(terminal));
     tcflush(fileno(terminal), TCIFLUSH);
-    if (timeout)
-    {
-        m_Deadline = TClock::now() + std::chrono::seconds(*timeout);
-    }
+    m_Deadline = timeout ? std::optional(TClock::now() + std::chrono::seconds(*timeout)) : std::nullopt;
 }
 
 CLineDialog::~CLineDialog()
@@ -219,7 +227,7 @@ int CLineDialog::WaitForCharacter(wchar_t& character)
         }
         pollfd input{fileno(m_Terminal.get()), POLLIN, 0};
         const timespec second = UntilNextSecond();
-        const int ready = ppoll(&input, 1, &second, &m_Signals.WhileWaiting());
+        const int ready = ppoll(&input, 1, &second, &m_Signals->WhileWaiting());
         int result = 0;
         if (ready > 0 && TakeByte(character, result))
         {
@@ -295,7 +303,7 @@ void CLineDialog::Suspend()
     std::fputs("\n", m_Terminal.get());
     std::fflush(m_Terminal.get());
     const TClock::time_point begin = TClock::now();
-    m_Signals.Stop();
+    m_Signals->Stop();
     if (m_Deadline)
     {
         *m_Deadline += TClock::now() - begin;

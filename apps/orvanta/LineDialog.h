@@ -52,7 +52,7 @@ private:
     };
 };
 
-/// One dialog at the terminal that the process belongs to, whatever stdin and stdout are: shows a text, throws away
+/// Dialogs at the terminal that the process belongs to, whatever stdin and stdout are. Each shows a text, throws away
 /// what was typed before it could be read, and takes lines, with editing and the seconds left when there is a time-out.
 /// After a Ctrl-Z all is shown again with the line typed so far; the seconds count on where they were, those that
 /// another process stopped this one with SIGSTOP aside.
@@ -62,11 +62,13 @@ public:
     /// Whether there is such a terminal.
     static bool IsPossible();
 
-    CLineDialog(const std::string& text, std::optional<std::uint32_t> timeout);
+    CLineDialog();
     ~CLineDialog();
     CLineDialog(const CLineDialog&) = delete;
     CLineDialog& operator=(const CLineDialog&) = delete;
 
+    /// Begins a dialog; the signals live as long as lines are read.
+    void Open(const std::string& text, std::optional<std::uint32_t> timeout, CStopSignals& signals);
     /// The line is without the blanks around it.
     ELineEnd Read(std::string& line);
     void Say(const std::string& text);
@@ -94,7 +96,7 @@ private:
     std::unique_ptr<std::FILE, SClose> m_Terminal;
     std::string m_Text;
     EditLine* m_Editor = nullptr;
-    CStopSignals m_Signals;
+    CStopSignals* m_Signals = nullptr;
     std::string m_Prompt;
     std::optional<TClock::time_point> m_Deadline;
     ELineEnd m_End = ELineEnd::Typed;

@@ -124,18 +124,24 @@ CTerminalUserInput::CTerminalUserInput(CProgress& progress)
 {
 }
 
+CTerminalUserInput::~CTerminalUserInput() = default;
+
 TPromptAnswer CTerminalUserInput::Ask(const SPrompt& prompt)
 {
     m_Progress.Erase();
     std::fflush(stdout);
     const SChoices choices = ChoicesOf(prompt);
-    CLineDialog dialog(PrintableText(prompt.text) + "\n  " + PrintableLine(choices.shown) + "  [" + ABORT_KEY +
-                           "] Abort",
-                       prompt.timeout);
+    if (!m_Dialog)
+    {
+        m_Dialog = std::make_unique<CLineDialog>();
+    }
+    CStopSignals signals;
+    m_Dialog->Open(PrintableText(prompt.text) + "\n  " + PrintableLine(choices.shown) + "  [" + ABORT_KEY + "] Abort",
+                   prompt.timeout, signals);
     for (;;)
     {
         std::string line;
-        switch (dialog.Read(line))
+        switch (m_Dialog->Read(line))
         {
         case ELineEnd::TimedOut:
             return EPromptEnd::TimeOut;
@@ -158,6 +164,6 @@ TPromptAnswer CTerminalUserInput::Ask(const SPrompt& prompt)
         {
             return *taken.answer;
         }
-        dialog.Say(PrintableLine(taken.reason));
+        m_Dialog->Say(PrintableLine(taken.reason));
     }
 }
