@@ -67,11 +67,11 @@
 #define ZK_DETAIL_NO_PARAMETERS_(name) \
     extern "C" ZK_EXPORT bool name();  \
     extern "C" ZK_EXPORT bool name()
-#define ZK_DETAIL_PARAMETERS_(name, ...)                                                                    \
-    extern "C" ZK_EXPORT bool name(__VA_ARGS__);                                                            \
-    static_assert(::zk::detail::FewEnoughParameters(&name), #name " takes more than 20 parameters");        \
-    static_assert(::zk::detail::PassableParameters(&name),                                                  \
-                  #name " takes a parameter that is neither an integer, nor bool, nor a pointer"); \
+#define ZK_DETAIL_PARAMETERS_(name, ...)                                                             \
+    extern "C" ZK_EXPORT bool name(__VA_ARGS__);                                                     \
+    static_assert(::zk::detail::FewEnoughParameters(&name), #name " takes more than 20 parameters"); \
+    static_assert(::zk::detail::PassableParameters(&name),                                           \
+                  #name " takes a parameter that is neither an integer, nor bool, nor a pointer");   \
     extern "C" ZK_EXPORT bool name(__VA_ARGS__)
 
 namespace zk::detail

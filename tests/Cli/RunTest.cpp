@@ -77,8 +77,10 @@ TEST_F(CRunTest, WhatATestDoesToTheProcessStaysOutOfTheRun)
         Shell("mkdir below; ln -s " ORVANTA_LIBRARY_FOLDER " below/libs; localedef -f UTF-8 -i de_DE ./de_DE.UTF-8")
             .code,
         0);
-    const std::string command = "LOCPATH=$PWD '" ORVANTA_PROGRAM "' run --settings settings.ini -L ./below/libs"
-                                " --answers answers.json --save-answers saved.json --record r first.xml second.xml";
+    // The C library does not free what it reads from LOCPATH.
+    const std::string command =
+        "ASAN_OPTIONS=detect_leaks=0 LOCPATH=$PWD '" ORVANTA_PROGRAM "' run --settings settings.ini -L ./below/libs"
+        " --answers answers.json --save-answers saved.json --record r first.xml second.xml";
     const SOutcome outcome = Shell(command);
     EXPECT_EQ(outcome.code, 2) << outcome.out << outcome.err;
     EXPECT_PRED2(Contains, outcome.out, "half is 0.5\n");
