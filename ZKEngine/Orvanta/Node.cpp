@@ -30,7 +30,7 @@ CNode::CNode(const pugi::xml_node& node, CNode* const parent, int level, CLibWra
     : m_Parent(parent)
     , m_Node(node)
     , m_Level(level)
-    , m_Indent(2 * level, QLatin1Char(' '))
+    , m_Indent(qsizetype{2} * level, QLatin1Char(' '))
     , m_LibWrapper(libWrapper)
 {
     BuildChildren();
