@@ -71,7 +71,7 @@ std::string CHostConfiguration::LockFile()
     SHostServices services;
     services.AppSettings = &Settings;
     const CScopedServices installed(services);
-    const std::string path = GetLockFilePath();
+    std::string path = GetLockFilePath();
     Settings.Override("runtime/LockFileName", FromStart(path), 1);
     return path;
 }

@@ -95,7 +95,7 @@ SChoices ChoicesOfInteger(const SPrompt& prompt)
                 {
                     return {*initial, {}};
                 }
-                const STaken taken = ReadNumber(line, hexadecimal);
+                STaken taken = ReadNumber(line, hexadecimal);
                 if (taken.answer && !isWithin(std::get<std::uint64_t>(*taken.answer)))
                 {
                     const std::uint64_t number = std::get<std::uint64_t>(*taken.answer);
