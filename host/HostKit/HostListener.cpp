@@ -35,7 +35,7 @@ void CHostListeners::Remove(CHostListener& listener)
 
 void CHostListeners::ForEach(const std::function<void(CHostListener&)>& tell) const
 {
-    // By index: a listener may add another one while it is told.
+    // By index: a listener may add another one while it is told. NOLINTNEXTLINE(modernize-loop-convert)
     for (std::size_t i = 0; i < m_Listeners.size(); ++i)
     {
         tell(*m_Listeners[i]);
