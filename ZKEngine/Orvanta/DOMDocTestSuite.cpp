@@ -5,10 +5,9 @@
 #include <CoreKit/CatchLadder.h>
 #include <HostKit/AppSettings.h>
 #include <HostKit/AppState.h>
+#include <HostKit/DocumentSource.h>
 #include <HostKit/TestSuiteFilters.h>
 
-#include <QFile>
-#include <QFileInfo>
 #include <QStringList>
 
 #include <algorithm>
@@ -29,6 +28,13 @@ CDOMParser* SharedParser()
         CAppState::Orvanta(std::make_shared<CDOMParser>(CDOMDocTestSuite::GetSchemaName()));
     }
     return CAppState::Orvanta();
+}
+
+/// The file at a path: as the host has read it already, else as it is now.
+std::shared_ptr<const CDocumentSource> SourceOf(const QString& path)
+{
+    const std::shared_ptr<const CDocumentSource>& installed = CAppState::Services().Document;
+    return installed && installed->Path() == path ? installed : std::make_shared<CDocumentSource>(path);
 }
 
 /// Takes over the text of the first node, if there is one.
@@ -102,7 +108,7 @@ bool CDOMDocTestSuite::ParseDoc()
             CDOMDocTestSuite::Reset();
             m_HasTest = false;
             m_DocVariableList.Clear();
-            if (!CDOMDoc::ParseDoc())
+            if (!ParseSource(SourceOf(FileName())))
             {
                 return false;
             }
@@ -196,12 +202,13 @@ void CDOMDocTestSuite::MakeVariableList(const pugi::xml_node& variables)
 
 ETestSuiteAccessType CDOMDocTestSuite::ShouldLoad(const QString& path)
 {
-    if (!QFileInfo(path).isFile())
-    {
-        return ACCESS_NONE;
-    }
+    return ShouldLoad(CDocumentSource(path));
+}
+
+ETestSuiteAccessType CDOMDocTestSuite::ShouldLoad(const CDocumentSource& source)
+{
     pugi::xml_document document;
-    document.load_file(QFile::encodeName(path).constData());
+    document.load_buffer(source.Bytes().constData(), static_cast<std::size_t>(source.Bytes().size()));
     const pugi::xml_node root = document.document_element();
     if (!root)
     {

@@ -46,6 +46,9 @@ public:
     /// Whether the file belongs to the application and passes the operator's filter. Reads only the root's attributes
     /// and never throws for a bad file: what can't be read gives `ACCESS_NONE`.
     static ETestSuiteAccessType ShouldLoad(const QString& path);
+    /// The same of a file read already. While it is installed as `SHostServices::Document`, a document of its path is
+    /// parsed from it too, so that what was decided about is what is loaded.
+    static ETestSuiteAccessType ShouldLoad(const CDocumentSource& source);
 
     QString LibFileName() const { return m_LibFileName; }
     QString LogName() const { return m_LogName; }

@@ -13,6 +13,7 @@
 #include <vector>
 
 class CAppSettings;
+class CDocumentSource;
 class CTestLog;
 class CTestSuiteLog;
 class CUserInput;
@@ -65,6 +66,7 @@ struct HOSTKIT_EXPORT SHostServices
     CUIUpdate UIUpdate;
     CQtSignaler* QtSignaler = nullptr; ///< null: one of the set's own
     std::shared_ptr<CDOMParser> Parser;
+    std::shared_ptr<const CDocumentSource> Document; ///< a file read already, for documents of that path; may be null
 
     int CurrentFilter = -1;
     ETestSuiteExecutionType ExecutionType = EXECUTION_NORMAL;

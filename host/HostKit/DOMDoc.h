@@ -9,11 +9,13 @@
 #include <pugixml.hpp>
 
 #include <map>
-#include <unordered_map>
+#include <memory>
 #include <vector>
 
-/// A validated XML document. The file is read and converted to UTF-8 once; Xerces-C validates that text and pugixml
-/// makes the tree of the same text. Handles to nodes die with the document or its next `ParseDoc`.
+class CDocumentSource;
+
+/// A validated XML document. Its source is read once; Xerces-C validates the text and pugixml makes the tree of the
+/// same text. Handles to nodes die with the last who holds the source: the document does until its next `ParseDoc`.
 class HOSTKIT_EXPORT CDOMDoc
 {
 public:
@@ -26,7 +28,7 @@ public:
     /// Reads and validates the file; false, with the errors kept, when it cannot be read or is not valid. Exhausted
     /// memory leaves as an exception.
     virtual bool ParseDoc();
-    /// Drops the tree and marks the document as not parsed; the errors stay.
+    /// Lets go of the root and marks the document as not parsed; the errors and the source stay.
     virtual void Reset();
 
     void SetParsed(bool parsed) { m_Parsed = parsed; }
@@ -42,6 +44,8 @@ public:
     std::size_t ErrorCount() const { return m_Errors.size(); }
     const CDOMError& Error(std::size_t index) const { return m_Errors.at(index); }
 
+    /// What the last `ParseDoc` read, also when it failed; null before the first.
+    const std::shared_ptr<const CDocumentSource>& Source() const { return m_Source; }
     /// Where an element of this document begins; line 0 for anything else.
     SElementPlace Place(const pugi::xml_node& element) const;
 
@@ -49,16 +53,18 @@ public:
     QString FileName() const { return m_Path; }
     QString Name() const;
 
+protected:
+    /// `ParseDoc` of what has been read already, from this document's path.
+    bool ParseSource(std::shared_ptr<const CDocumentSource> source);
+
 private:
-    bool ReadFile(QByteArray& bytes);
     void AddError(std::string message, SElementPlace place = {});
-    void RememberPlaces(const std::vector<SElementPlace>& places);
 
     CDOMParser* m_Parser;
     QString m_NamespaceURI;
     QString m_Path;
-    pugi::xml_document m_Document;
+    std::shared_ptr<const CDocumentSource> m_Source;
+    pugi::xml_node m_Root; ///< null unless the source is valid
     std::vector<CDOMError> m_Errors;
-    std::unordered_map<std::size_t, SElementPlace> m_Places; ///< by pugixml's hash of the element
     bool m_Parsed = false;
 };

@@ -2,6 +2,14 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
+
+/// Where an element begins in its file, counted from 1; line 0 for no place.
+struct SElementPlace
+{
+    std::uint64_t line = 0;
+    std::uint64_t column = 0;
+};
 
 enum EErrorSeverity : int
 {
@@ -14,18 +22,16 @@ enum EErrorSeverity : int
 class CDOMError
 {
 public:
-    CDOMError(std::uint64_t line, std::uint64_t column, EErrorSeverity severity, std::string message,
-              std::string schemaURI)
-        : m_Line(line)
-        , m_Column(column)
-        , m_Severity(severity)
+    CDOMError(EErrorSeverity severity, SElementPlace place, std::string message, std::string schemaURI)
+        : m_Severity(severity)
+        , m_Place(place)
         , m_Message(std::move(message))
         , m_SchemaURI(std::move(schemaURI))
     {
     }
 
-    std::uint64_t LineNumber() const { return m_Line; }
-    std::uint64_t ColumnNumber() const { return m_Column; }
+    std::uint64_t LineNumber() const { return m_Place.line; }
+    std::uint64_t ColumnNumber() const { return m_Place.column; }
     int Severity() const { return m_Severity; }
     const char* ErrorSeverityStr() const
     {
@@ -43,9 +49,8 @@ public:
     const std::string& SchemaURI() const { return m_SchemaURI; }
 
 private:
-    std::uint64_t m_Line;
-    std::uint64_t m_Column;
     EErrorSeverity m_Severity;
+    SElementPlace m_Place;
     std::string m_Message;
     std::string m_SchemaURI;
 };

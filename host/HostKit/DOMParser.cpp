@@ -1,10 +1,10 @@
 #include <HostKit/DOMParser.h>
 
-#include "PlaceCounter.h"
 #include "SchemaModel.h"
 #include "StructureCheck.h"
 
 #include <CoreKit/Exceptions.h>
+#include <HostKit/DocumentSource.h>
 
 #include <QFile>
 
@@ -24,7 +24,7 @@
 
 #include <algorithm>
 #include <functional>
-#include <string_view>
+#include <map>
 
 namespace xerces = XERCES_CPP_NAMESPACE;
 
@@ -40,57 +40,53 @@ std::string ToUtf8(const XMLCh* text)
     return text ? QString::fromUtf16(text).toStdString() : std::string();
 }
 
-/// Finds where elements begin in the bytes of a well-formed document, front to back. A parser only tells where a start
-/// tag ends, which for one that spans lines is another line.
-class CElementFinder
+/// A problem at a place, or about an element, whose place is only looked up when the parse is over: a parser tells
+/// where a start tag ends, which for one that spans lines is another line.
+struct SFinding
 {
-public:
-    explicit CElementFinder(std::string_view document)
-        : m_Document(document)
-        , m_Places(document)
-    {
-    }
-
-    /// The next element, line 0 when there is none.
-    SElementPlace Next()
-    {
-        for (std::size_t at = Find("<", m_Next); at < m_Document.size(); at = Find("<", m_Next))
-        {
-            const std::string_view rest = m_Document.substr(at);
-            if (rest.starts_with("<!--"))
-            {
-                m_Next = Find("-->", at + 4);
-            }
-            else if (rest.starts_with("<![CDATA["))
-            {
-                m_Next = Find("]]>", at + 9);
-            }
-            else if (rest.starts_with("<?"))
-            {
-                m_Next = Find("?>", at + 2);
-            }
-            else
-            {
-                m_Next = at + 1;
-                if (!rest.starts_with("</"))
-                {
-                    return m_Places.PlaceOf(at);
-                }
-            }
-        }
-        return {};
-    }
-
-private:
-    std::size_t Find(std::string_view text, std::size_t from) const
-    {
-        return std::min(m_Document.find(text, from), m_Document.size());
-    }
-
-    std::string_view m_Document;
-    CPlaceCounter m_Places;
-    std::size_t m_Next = 0;
+    EErrorSeverity severity;
+    std::string message;
+    SElementPlace place;
+    std::size_t element = 0; ///< its number in document order, from 1; 0 for none
 };
+
+/// The node after this one in document order, null at the end.
+pugi::xml_node Following(pugi::xml_node node)
+{
+    if (node.first_child())
+    {
+        return node.first_child();
+    }
+    while (node && !node.next_sibling())
+    {
+        node = node.parent();
+    }
+    return node.next_sibling();
+}
+
+/// Gives what was found about elements their places.
+void Locate(std::vector<SFinding>& findings, const CDocumentSource& source)
+{
+    std::multimap<std::size_t, SFinding*> open;
+    for (SFinding& finding : findings)
+    {
+        if (finding.element != 0)
+        {
+            open.emplace(finding.element, &finding);
+        }
+    }
+    auto next = open.begin();
+    std::size_t number = 0;
+    for (pugi::xml_node node = open.empty() ? pugi::xml_node() : source.Tree().first_child();
+         node && next != open.end(); node = Following(node))
+    {
+        number += node.type() == pugi::node_element ? 1U : 0U;
+        for (; next != open.end() && next->first == number; ++next)
+        {
+            next->second->place = source.Place(node);
+        }
+    }
+}
 
 /// A problem that the parser itself reports.
 struct SComplaint
@@ -106,7 +102,7 @@ struct SComplaint
     };
 
     ETopic topic;
-    CDOMError error;
+    SFinding finding;
 };
 
 SComplaint::ETopic TopicOf(unsigned code, const XMLCh* domain)
@@ -146,38 +142,34 @@ SComplaint::ETopic TopicOf(unsigned code, const XMLCh* domain)
     }
 }
 
-/// Listens to one parse: gathers problems and places, and ends the parse when it meets what is refused. The parser's
-/// complaints about structure are held back until the element they are about is known, and passed on in the parser's
-/// words when the structure check has nothing to say about it.
+/// Listens to one parse: gathers problems, and ends the parse when it meets what is refused. The parser's complaints
+/// about structure are held back until the element they are about is known, and passed on in the parser's words when
+/// the structure check has nothing to say about it.
 class CValidationHandler : public xerces::DefaultHandler
 {
 public:
-    CValidationHandler(const CSchemaModel& model, const QByteArray& document, const QString& namespaceURI)
-        : m_Finder(std::string_view(document.constData(), static_cast<std::size_t>(document.size())))
-        , m_Namespace(namespaceURI.toStdString())
-        , m_Structure(model, m_Namespace,
-                      [this](const std::string& problem, SElementPlace place) { AddProblem(problem, place); })
+    CValidationHandler(const CSchemaModel& model, const QString& namespaceURI)
+        : m_Structure(model, namespaceURI,
+                      [this](const std::string& problem, std::size_t element) {
+                          Add({SEVERITY_ERROR, problem, {}, element});
+                      })
     {
     }
 
     /// Everything found; call it once, after the parse.
-    SValidation Result()
+    std::vector<SFinding> Findings()
     {
         for (SComplaint& complaint : m_HeldBack)
         {
-            m_Result.errors.push_back(std::move(complaint.error));
+            m_Findings.push_back(std::move(complaint.finding));
         }
-        return std::move(m_Result);
+        return std::move(m_Findings);
     }
 
-    void AddFatal(const std::string& message, SElementPlace place)
-    {
-        m_Result.errors.emplace_back(place.line, place.column, SEVERITY_FATAL_ERROR, message, m_Namespace);
-    }
+    void AddFatal(const XMLCh* message) { m_Findings.push_back({SEVERITY_FATAL_ERROR, ToUtf8(message), {}}); }
 
     void Complain(SComplaint complaint)
     {
-        const SElementPlace place{complaint.error.LineNumber(), complaint.error.ColumnNumber()};
         switch (complaint.topic)
         {
         case SComplaint::ETopic::Element:
@@ -185,35 +177,33 @@ public:
             m_HeldBack.push_back(std::move(complaint));
             break;
         case SComplaint::ETopic::Text:
-            AddProblem("text is not allowed in " + m_Structure.Inside() + "; remove it or make it a comment", place);
+            Add({SEVERITY_ERROR, "text is not allowed in " + m_Structure.Inside() + "; remove it or make it a comment",
+                 complaint.finding.place});
             break;
         case SComplaint::ETopic::NoRoot:
-            if (m_Result.places.empty())
+            if (m_Elements == 0)
             {
-                Refuse(m_Structure.MissingRoot(), place);
+                Refuse(m_Structure.MissingRoot(), complaint.finding.place);
             }
             [[fallthrough]];
         default:
-            Add(std::move(complaint.error));
+            Add(std::move(complaint.finding));
         }
     }
-
-    const std::string& Namespace() const { return m_Namespace; }
 
     void setDocumentLocator(const xerces::Locator* locator) override { m_Locator = locator; }
 
     void startElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* qualifiedName,
                       const xerces::Attributes& attributes) override
     {
-        const SElementPlace place = m_Finder.Next();
-        m_Result.places.push_back(place);
+        ++m_Elements;
         if (++m_Depth > CDOMParser::MAX_DEPTH)
         {
-            Refuse("elements nest deeper than " + std::to_string(CDOMParser::MAX_DEPTH) + " levels", place);
+            Refuse("elements nest deeper than " + std::to_string(CDOMParser::MAX_DEPTH) + " levels", {}, m_Elements);
         }
-        const bool isSaid =
-            m_Structure.Enter({ToUtf8(uri), ToUtf8(localName), ToUtf8(qualifiedName)}, attributes, place);
-        Settle(SComplaint::ETopic::Element, isSaid);
+        Settle(
+            SComplaint::ETopic::Element,
+            m_Structure.Enter({ToUtf8(uri), ToUtf8(qualifiedName), "x:" + ToUtf8(localName)}, attributes, m_Elements));
     }
 
     void endElement(const XMLCh* /*uri*/, const XMLCh* /*localName*/, const XMLCh* /*qualifiedName*/) override
@@ -236,25 +226,21 @@ public:
     }
 
 private:
-    void AddProblem(const std::string& problem, SElementPlace place)
+    void Add(SFinding finding)
     {
-        Add(CDOMError(place.line, place.column, SEVERITY_ERROR, problem, m_Namespace));
-    }
-
-    void Add(CDOMError error)
-    {
-        const SElementPlace place{error.LineNumber(), error.ColumnNumber()};
-        m_Result.errors.push_back(std::move(error));
-        if (m_Result.errors.size() == CDOMParser::MAX_ERRORS)
+        const SElementPlace place = finding.place;
+        const std::size_t element = finding.element;
+        m_Findings.push_back(std::move(finding));
+        if (m_Findings.size() == CDOMParser::MAX_ERRORS)
         {
             m_HeldBack.clear();
-            Refuse("there are more problems than that; the rest of the file was not checked", place);
+            Refuse("there are more problems than that; the rest of the file was not checked", place, element);
         }
     }
 
-    [[noreturn]] void Refuse(const std::string& message, SElementPlace place)
+    [[noreturn]] void Refuse(std::string message, SElementPlace place, std::size_t element = 0)
     {
-        AddFatal(message, place);
+        m_Findings.push_back({SEVERITY_FATAL_ERROR, std::move(message), place, element});
         throw SStopped();
     }
 
@@ -275,17 +261,16 @@ private:
             }
             else if (!isSaid)
             {
-                Add(std::move(complaint.error));
+                Add(std::move(complaint.finding));
             }
         }
     }
 
-    CElementFinder m_Finder;
-    const std::string m_Namespace;
     CStructureCheck m_Structure;
     const xerces::Locator* m_Locator = nullptr;
-    SValidation m_Result;
+    std::vector<SFinding> m_Findings;
     std::vector<SComplaint> m_HeldBack;
+    std::size_t m_Elements = 0;
     unsigned m_Depth = 0;
 };
 
@@ -295,9 +280,8 @@ class CReader : public xerces::SAX2XMLReaderImpl
 public:
     using TComplain = std::function<void(SComplaint)>;
 
-    CReader(xerces::XMLGrammarPool& pool, std::string namespaceURI, TComplain complain)
+    CReader(xerces::XMLGrammarPool& pool, TComplain complain)
         : SAX2XMLReaderImpl(xerces::XMLPlatformUtils::fgMemoryManager, &pool)
-        , m_Namespace(std::move(namespaceURI))
         , m_Complain(std::move(complain))
     {
         setErrorHandler(&m_Silent);
@@ -317,11 +301,10 @@ public:
         const EErrorSeverity severity = type == ErrType_Warning ? SEVERITY_WARNING
             : type == ErrType_Error                             ? SEVERITY_ERROR
                                                                 : SEVERITY_FATAL_ERROR;
-        m_Complain({TopicOf(code, domain), CDOMError(line, column, severity, ToUtf8(text), m_Namespace)});
+        m_Complain({TopicOf(code, domain), {severity, ToUtf8(text), {line, column}}});
     }
 
 private:
-    const std::string m_Namespace;
     const TComplain m_Complain;
     xerces::DefaultHandler m_Silent; ///< never called; `error` is only called when there is a handler
 };
@@ -356,14 +339,14 @@ class CDOMParser::CGrammar
 public:
     CGrammar(const QByteArray& text, const QString& name)
     {
-        std::vector<CDOMError> errors;
-        CReader reader(m_Pool, std::string(), [&](const SComplaint& complaint) { errors.push_back(complaint.error); });
+        std::vector<std::string> errors;
+        CReader reader(m_Pool, [&](const SComplaint& complaint) { errors.push_back(complaint.finding.message); });
         const bool loaded =
             reader.loadGrammar(*SourceOf(text, name), xerces::Grammar::SchemaGrammarType, true) != nullptr;
         if (!loaded || !errors.empty())
         {
             ThrowFormatted<ZKDOMDocException>("The schema \"%s\" cannot be used: %s", name.toUtf8().constData(),
-                                              errors.empty() ? "no grammar in it" : errors.front().Message().c_str());
+                                              errors.empty() ? "no grammar in it" : errors.front().c_str());
         }
         m_Pool.lockPool();
         bool changed = false;
@@ -404,22 +387,21 @@ CDOMParser::CDOMParser(const QString& schema)
 
 CDOMParser::~CDOMParser() = default;
 
-SValidation CDOMParser::Validate(const QByteArray& utf8, const QString& namespaceURI, const QString& path)
+SValidation CDOMParser::Validate(const CDocumentSource& source, const QString& namespaceURI)
 {
-    CValidationHandler handler(m_Grammar->Model(), utf8, namespaceURI);
+    CValidationHandler handler(m_Grammar->Model(), namespaceURI);
     try
     {
         xerces::SecurityManager limits;
         limits.setEntityExpansionLimit(0);
-        CReader reader(m_Grammar->Pool(), handler.Namespace(),
-                       [&handler](SComplaint complaint) { handler.Complain(std::move(complaint)); });
+        CReader reader(m_Grammar->Pool(), [&handler](SComplaint complaint) { handler.Complain(std::move(complaint)); });
         reader.setProperty(xerces::XMLUni::fgXercesSecurityManager, &limits);
         reader.setFeature(xerces::XMLUni::fgXercesUseCachedGrammarInParse, true);
         reader.setFeature(xerces::XMLUni::fgXercesLoadSchema, false);
         reader.setContentHandler(&handler);
         reader.setLexicalHandler(&handler);
         reader.setEntityResolver(&handler);
-        reader.parse(*SourceOf(utf8, path));
+        reader.parse(*SourceOf(source.Text().utf8, source.Path()));
     }
     catch (const SStopped&)
     {
@@ -427,13 +409,21 @@ SValidation CDOMParser::Validate(const QByteArray& utf8, const QString& namespac
     }
     catch (const xerces::XMLException& exception)
     {
-        handler.AddFatal(ToUtf8(exception.getMessage()), {});
+        handler.AddFatal(exception.getMessage());
     }
     catch (const xerces::SAXException& exception)
     {
-        handler.AddFatal(ToUtf8(exception.getMessage()), {});
+        handler.AddFatal(exception.getMessage());
     }
-    return handler.Result();
+    std::vector<SFinding> findings = handler.Findings();
+    Locate(findings, source);
+    SValidation validation;
+    for (SFinding& finding : findings)
+    {
+        validation.errors.emplace_back(finding.severity, finding.place, std::move(finding.message),
+                                       namespaceURI.toStdString());
+    }
+    return validation;
 }
 
 QByteArray CDOMParser::SchemaText(const QString& schema)

@@ -7,22 +7,15 @@
 #include <QString>
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <vector>
 
-/// Where an element begins in its file, counted from 1; line 0 for no place.
-struct SElementPlace
-{
-    std::uint64_t line = 0;
-    std::uint64_t column = 0;
-};
+class CDocumentSource;
 
-/// What a validation found: every problem, and the place of every element in document order.
+/// Every problem that a validation found, with its place.
 struct SValidation
 {
     std::vector<CDOMError> errors;
-    std::vector<SElementPlace> places;
 
     /// True when nothing worse than a warning was found.
     bool Valid() const;
@@ -44,10 +37,10 @@ public:
     CDOMParser(const CDOMParser&) = delete;
     CDOMParser& operator=(const CDOMParser&) = delete;
 
-    /// Validates a document given as UTF-8, whatever encoding it declares. `namespaceURI` is the schema's; its elements
-    /// carry the prefix "x". Exhausted memory leaves as `std::bad_alloc` or Xerces-C's `OutOfMemoryException`; every
-    /// other problem is in the result.
-    SValidation Validate(const QByteArray& utf8, const QString& namespaceURI, const QString& path);
+    /// Validates the text of a source, which has one, whatever encoding it declares. `namespaceURI` is the schema's;
+    /// its elements carry the prefix "x". Exhausted memory leaves as `std::bad_alloc` or Xerces-C's
+    /// `OutOfMemoryException`; every other problem is in the result.
+    SValidation Validate(const CDocumentSource& source, const QString& namespaceURI);
 
     /// The text of a schema built into HostKit; empty when there is none of that name.
     static QByteArray SchemaText(const QString& schema);

@@ -1,6 +1,6 @@
-#include "DocumentText.h"
+#include <HostKit/DocumentText.h>
 
-#include "PlaceCounter.h"
+#include "PlaceTable.h"
 
 #include <CoreKit/Format.h>
 
@@ -76,6 +76,11 @@ constexpr std::array DECLARED_NAMES{
 
 constexpr const char* ADVICE = "save the file as UTF-8";
 
+std::string_view View(const QByteArray& bytes)
+{
+    return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
+}
+
 SDocumentText Problem(const CSafeString& problem, SElementPlace place)
 {
     return {QByteArray(), problem.c_str(), place};
@@ -84,8 +89,8 @@ SDocumentText Problem(const CSafeString& problem, SElementPlace place)
 /// A problem behind the last character that could be read.
 SDocumentText ProblemAfter(const QByteArray& text, const CSafeString& problem)
 {
-    const std::string_view read(text.constData(), static_cast<std::size_t>(text.size()));
-    return Problem(problem, CPlaceCounter(read).PlaceOf(read.size()));
+    const std::string_view read = View(text);
+    return Problem(problem, CPlaceTable(read).PlaceOf(read.size()));
 }
 
 void Append(QByteArray& text, std::uint32_t character)
@@ -187,8 +192,10 @@ std::size_t Utf8Length(std::string_view bytes)
     return overlong || noCharacter ? 0 : length;
 }
 
-SDocumentText FromUtf8(std::string_view bytes, bool asciiOnly)
+/// Shares the text that is good as it stands.
+SDocumentText FromUtf8(const QByteArray& text, bool asciiOnly)
 {
+    const std::string_view bytes = View(text);
     std::size_t at = 0;
     while (at < bytes.size())
     {
@@ -197,11 +204,11 @@ SDocumentText FromUtf8(std::string_view bytes, bool asciiOnly)
         {
             return Problem(FormatText("the byte 0x%02X is not %s here; %s", static_cast<unsigned char>(bytes[at]),
                                       asciiOnly ? "US-ASCII" : "UTF-8", ADVICE),
-                           CPlaceCounter(bytes).PlaceOf(at));
+                           CPlaceTable(bytes).PlaceOf(at));
         }
         at += length;
     }
-    return {QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size())), {}, {}};
+    return {text, {}, {}};
 }
 
 /// Where the name of the encoding stands in an XML declaration; empty when there is none.
@@ -251,14 +258,15 @@ bool Agrees(const SDeclaredName& declared, const SLayout& layout)
 }
 
 /// Reads bytes whose layout is known; `declared` is null without a declaration.
-SDocumentText Convert(std::string_view bytes, const SLayout& layout, const SDeclaredName* declared)
+SDocumentText Convert(const QByteArray& text, const SLayout& layout, const SDeclaredName* declared)
 {
+    const std::string_view bytes = View(text);
     if (layout.family == EFamily::Utf16 || layout.family == EFamily::Utf32)
     {
         return FromWideUnits(bytes, layout);
     }
     const EFamily family = declared ? declared->family : EFamily::Utf8;
-    return family == EFamily::Latin1 ? FromLatin1(bytes) : FromUtf8(bytes, family == EFamily::Ascii);
+    return family == EFamily::Latin1 ? FromLatin1(bytes) : FromUtf8(text, family == EFamily::Ascii);
 }
 
 /// The start of a document, up to the end of an XML declaration, as text in which only ASCII counts.
@@ -278,19 +286,19 @@ std::string Prologue(std::string_view bytes, const SLayout& layout)
 
 SDocumentText ToDocumentText(const QByteArray& bytes)
 {
-    std::string_view rest(bytes.constData(), static_cast<std::size_t>(bytes.size()));
-    const SSignature& signature = *std::find_if(SIGNATURES.begin(), SIGNATURES.end(),
-                                                [&](const SSignature& row) { return rest.starts_with(row.bytes); });
-    rest.remove_prefix(signature.isMark ? signature.bytes.size() : 0);
+    const SSignature& signature =
+        *std::find_if(SIGNATURES.begin(), SIGNATURES.end(),
+                      [&](const SSignature& row) { return View(bytes).starts_with(row.bytes); });
+    const QByteArray rest = bytes.mid(signature.isMark ? static_cast<qsizetype>(signature.bytes.size()) : 0);
 
-    const std::string prologue = Prologue(rest, signature.layout);
+    const std::string prologue = Prologue(View(rest), signature.layout);
     const std::string_view encoding = DeclaredEncoding(prologue);
     const SDeclaredName* const declared = FindName(encoding);
     if (!encoding.empty() && !(declared && Agrees(*declared, signature.layout)))
     {
         const std::string name(encoding);
         const SElementPlace place =
-            CPlaceCounter(prologue).PlaceOf(static_cast<std::size_t>(encoding.data() - prologue.data()));
+            CPlaceTable(prologue).PlaceOf(static_cast<std::size_t>(encoding.data() - prologue.data()));
         return Problem(
             declared ? FormatText("the encoding \"%s\" is declared, but the file is %s; %s and declare that",
                                   name.c_str(), signature.layout.name, ADVICE)

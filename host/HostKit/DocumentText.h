@@ -1,6 +1,6 @@
 #pragma once
 
-#include <HostKit/DOMParser.h>
+#include <HostKit/DOMError.h>
 
 #include <QByteArray>
 

@@ -1,7 +1,5 @@
 #include "StructureCheck.h"
 
-#include <QString>
-
 #include <algorithm>
 #include <map>
 #include <set>
@@ -46,19 +44,19 @@ std::string DidYouMean(const std::string& name)
 
 } // namespace
 
-CStructureCheck::CStructureCheck(const CSchemaModel& model, std::string namespaceURI, TReport report)
+CStructureCheck::CStructureCheck(const CSchemaModel& model, const QString& namespaceURI, TReport report)
     : m_Model(model)
-    , m_Namespace(std::move(namespaceURI))
+    , m_Namespace(namespaceURI.toStdString())
     , m_Report(std::move(report))
 {
 }
 
-bool CStructureCheck::Enter(const SElementName& name, const xerces::Attributes& attributes, SElementPlace place)
+bool CStructureCheck::Enter(const SElementName& name, const xerces::Attributes& attributes, std::size_t number)
 {
     const std::size_t saidBefore = m_Said;
     SOpen element;
-    element.name = "x:" + name.local;
-    element.place = place;
+    element.name = name.known;
+    element.number = number;
     if (m_Open.empty())
     {
         EnterRoot(name, element);
@@ -71,19 +69,20 @@ bool CStructureCheck::Enter(const SElementName& name, const xerces::Attributes& 
     {
         CheckAttributes(element, attributes);
     }
-    m_Open.push_back(element);
-    return m_Said != saidBefore || !element.isDeclared;
+    const bool isDeclared = element.isDeclared;
+    m_Open.push_back(std::move(element));
+    return m_Said != saidBefore || !isDeclared;
 }
 
 bool CStructureCheck::Leave()
 {
-    const SOpen element = m_Open.back();
+    const SOpen element = std::move(m_Open.back());
     m_Open.pop_back();
     if (element.content && !element.isOrderExplained && !element.content->states[element.state].isComplete)
     {
         Say(element.name + " needs an " + Listed(element.content->states[element.state].expected, " or ") +
                 (element.lastStep.empty() ? "" : " after " + element.lastStep),
-            element.place);
+            element.number);
         return true;
     }
     return element.isExplained || !element.isDeclared;
@@ -100,14 +99,14 @@ void CStructureCheck::EnterRoot(const SElementName& name, SOpen& root)
     {
         Say("the root element \"" + name.shown + "\" is not in the namespace \"" + m_Namespace +
                 "\"; declare xmlns:x=\"" + m_Namespace + "\" and use the prefix x",
-            root.place);
+            root.number);
         return;
     }
-    CheckPrefix(name, root.place);
+    CheckPrefix(name, root.number);
     const auto found = m_Model.Roots().find(root.name);
     if (found == m_Model.Roots().end())
     {
-        Say("the root element is " + name.shown + "; it must be " + Listed(Keys(m_Model.Roots()), " or "), root.place);
+        Say("the root element is " + name.shown + "; it must be " + Listed(Keys(m_Model.Roots()), " or "), root.number);
         return;
     }
     root.content = found->second;
@@ -122,11 +121,11 @@ void CStructureCheck::EnterChild(const SElementName& name, SOpen& child)
         const bool isKnown = m_Model.Find(child.name) && child.name != name.shown;
         Say(name.shown + (name.uri.empty() ? " is in no namespace" : " is in the namespace \"" + name.uri + '"') +
                 ", not in \"" + m_Namespace + '"' + DidYouMean(isKnown ? child.name : ""),
-            child.place);
+            child.number);
         parent.isExplained = true;
         return;
     }
-    CheckPrefix(name, child.place);
+    CheckPrefix(name, child.number);
     const auto declared = parent.content->children.find(child.name);
     if (declared == parent.content->children.end())
     {
@@ -135,7 +134,7 @@ void CStructureCheck::EnterChild(const SElementName& name, SOpen& child)
     }
     child.content = declared->second;
     child.isDeclared = parent.isDeclared;
-    Step(parent, child.name, child.place);
+    Step(parent, child.name, child.number);
 }
 
 void CStructureCheck::EnterUndeclared(SOpen& parent, SOpen& child)
@@ -149,7 +148,7 @@ void CStructureCheck::EnterUndeclared(SOpen& parent, SOpen& child)
         const bool isHelpful = !parents.empty() && parents.size() <= MAX_PARENTS;
         Say(child.name + " is not allowed in " + parent.name +
                 (isHelpful ? "; it belongs in " + Listed(parents, " or ") : ""),
-            child.place);
+            child.number);
         return;
     }
     std::string meant = NearestName(child.name, Keys(parent.content->children));
@@ -162,17 +161,17 @@ void CStructureCheck::EnterUndeclared(SOpen& parent, SOpen& child)
             (!meant.empty()          ? DidYouMean(meant)
                  : !expected.empty() ? "; expected " + Listed(expected, " or ")
                                      : "; the schema names what " + parent.name + " may hold"),
-        child.place);
+        child.number);
     child.content = m_Model.Find(meant);
     child.name = child.content ? meant : child.name;
     if (parent.content->states[parent.state].next.count(meant) != 0)
     {
-        Step(parent, meant, child.place);
+        Step(parent, meant, child.number);
     }
 }
 
 /// Takes a child that may stand in the parent to the next state, or says that it may not stand here.
-void CStructureCheck::Step(SOpen& parent, const std::string& childName, SElementPlace place)
+void CStructureCheck::Step(SOpen& parent, const std::string& childName, std::size_t child)
 {
     const SContentModel::SState& state = parent.content->states[parent.state];
     const auto next = state.next.find(childName);
@@ -188,20 +187,20 @@ void CStructureCheck::Step(SOpen& parent, const std::string& childName, SElement
         Say(childName + " is not allowed " +
                 (state.expected.empty() ? "in " + parent.name + " after " + parent.lastStep
                                         : "here; expected " + Listed(state.expected, " or ")),
-            place);
+            child);
     }
 }
 
-void CStructureCheck::CheckPrefix(const SElementName& name, SElementPlace place)
+void CStructureCheck::CheckPrefix(const SElementName& name, std::size_t element)
 {
-    if (name.shown == "x:" + name.local || m_PrefixReported)
+    if (name.shown == name.known || m_PrefixReported)
     {
         return;
     }
     m_PrefixReported = true;
     Say("the element \"" + name.shown + "\" is in the namespace \"" + m_Namespace +
             "\" without the prefix x; declare xmlns:x=\"" + m_Namespace + "\" and use the prefix x for every element",
-        place);
+        element);
 }
 
 void CStructureCheck::CheckAttributes(const SOpen& element, const xerces::Attributes& attributes)
@@ -224,19 +223,19 @@ void CStructureCheck::CheckAttributes(const SOpen& element, const xerces::Attrib
         left.erase(meant);
         Say(element.name + " has no attribute \"" + name + '"' +
                 (meant.empty() ? all.empty() ? "; it takes none" : "; it takes " + all : DidYouMean('"' + meant + '"')),
-            element.place);
+            element.number);
     }
     for (const auto& [name, isRequired] : left)
     {
         if (isRequired)
         {
-            Say(element.name + " needs the attribute \"" + name + '"', element.place);
+            Say(element.name + " needs the attribute \"" + name + '"', element.number);
         }
     }
 }
 
-void CStructureCheck::Say(const std::string& problem, SElementPlace place)
+void CStructureCheck::Say(const std::string& problem, std::size_t element)
 {
     ++m_Said;
-    m_Report(problem, place);
+    m_Report(problem, element);
 }

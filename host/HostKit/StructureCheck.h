@@ -2,20 +2,21 @@
 
 #include "SchemaModel.h"
 
-#include <HostKit/DOMParser.h>
+#include <QString>
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include <xercesc/sax2/Attributes.hpp>
 
-/// An element's name as a parser tells it.
+/// An element's name.
 struct SElementName
 {
     std::string uri;
-    std::string local;
     std::string shown; ///< as it is written
+    std::string known; ///< as the schema's elements are named, with the prefix "x"
 };
 
 /// Follows the elements of a document beside the validator and says in words what is wrong with their names, order and
@@ -24,13 +25,15 @@ struct SElementName
 class CStructureCheck
 {
 public:
-    using TReport = std::function<void(const std::string& problem, SElementPlace place)>;
+    /// Takes a problem and the number of the element that it is about.
+    using TReport = std::function<void(const std::string& problem, std::size_t element)>;
 
     /// `model` outlives the check.
-    CStructureCheck(const CSchemaModel& model, std::string namespaceURI, TReport report);
+    CStructureCheck(const CSchemaModel& model, const QString& namespaceURI, TReport report);
 
-    /// An element begins. True when no complaint of the validator about its name and attributes has to be passed on.
-    bool Enter(const SElementName& name, const xercesc::Attributes& attributes, SElementPlace place);
+    /// An element begins, the one of this number. True when no complaint of the validator about its name and attributes
+    /// has to be passed on.
+    bool Enter(const SElementName& name, const xercesc::Attributes& attributes, std::size_t number);
     /// The innermost element ends. True when no complaint of the validator about its content has to be passed on.
     bool Leave();
 
@@ -42,10 +45,10 @@ public:
 private:
     struct SOpen
     {
-        std::string name;                       ///< with the prefix "x"
+        std::string name; ///< with the prefix "x"
+        std::size_t number = 0;
         const SContentModel* content = nullptr; ///< null when its meaning is unknown
         std::size_t state = 0;
-        SElementPlace place;
         std::string lastStep;          ///< the last child that was expected
         bool isDeclared = false;       ///< for the validator too; what it says of others is not to the point
         bool isExplained = false;      ///< something was said about the children
@@ -55,10 +58,10 @@ private:
     void EnterRoot(const SElementName& name, SOpen& root);
     void EnterChild(const SElementName& name, SOpen& child);
     void EnterUndeclared(SOpen& parent, SOpen& child);
-    void Step(SOpen& parent, const std::string& childName, SElementPlace place);
-    void CheckPrefix(const SElementName& name, SElementPlace place);
+    void Step(SOpen& parent, const std::string& childName, std::size_t child);
+    void CheckPrefix(const SElementName& name, std::size_t element);
     void CheckAttributes(const SOpen& element, const xercesc::Attributes& attributes);
-    void Say(const std::string& problem, SElementPlace place);
+    void Say(const std::string& problem, std::size_t element);
 
     const CSchemaModel& m_Model;
     const std::string m_Namespace;

@@ -1,5 +1,6 @@
 #include <Support/RecordingHost.h>
 
+#include <HostKit/DocumentSource.h>
 #include <Orvanta/DOMDocTestSuite.h>
 
 #include <xercesc/framework/MemoryManager.hpp>
@@ -186,6 +187,40 @@ TEST(Document, WrongVariablesResetIt)
         EXPECT_EQ(document->ErrorCount() != 0, schemaRefuses);
         EXPECT_EQ(document->VariableList()->VariableExists(QStringLiteral("$a")), !schemaRefuses);
     }
+}
+
+TEST(Document, WhatTheHostHasReadIsReadNoMore)
+{
+    CRecordingHost host;
+    const QString name = QStringLiteral("suite.xml");
+    const QString path = host.WriteFile(
+        name, CLoadedSuite::File("<x:Variables>\n<x:Local type='DWORD'/></x:Variables>" + EMPTY_GROUPS, "name='old'"));
+    const auto source = std::make_shared<const CDocumentSource>(path);
+    const auto old =
+        std::make_shared<const CDocumentSource>(host.WriteFile(name, CLoadedSuite::File(EMPTY_GROUPS, "name='read'")));
+    const QString other = host.WriteFile(QStringLiteral("other.xml"), CLoadedSuite::File(EMPTY_GROUPS, "name='b'"));
+    host.WriteFile(name, "no suite any more");
+    EXPECT_EQ(CDOMDocTestSuite::ShouldLoad(path), 0U);
+    EXPECT_EQ(CDOMDocTestSuite::ShouldLoad(*old), 6U);
+
+    const auto loaded = [](const QString& file)
+    {
+        TestSuiteState state(file, ACCESS_NONE);
+        state.Initialize();
+        return state.Document()->LogName().toStdString();
+    };
+    EXPECT_EQ(loaded(path), "");
+    host.Services.Document = old;
+    EXPECT_EQ(loaded(path), "read");
+    EXPECT_EQ(loaded(other), "b") << "another file";
+
+    host.Services.Document = source;
+    COpenDocument document(path);
+    EXPECT_FALSE(document.ParseDoc() || document.GetRootElement());
+    ASSERT_EQ(document.Source(), source) << "kept to explain what is wrong";
+    const pugi::xml_node wrong = source->Tree().document_element().child("x:Variables").first_child();
+    EXPECT_STREQ(wrong.attribute("type").value(), "DWORD");
+    EXPECT_EQ(document.Place(wrong).column, 1U);
 }
 
 TEST(Document, ADeclarationsTypeIsConvertedBeforeItsNameIsLookedAt)

@@ -1,6 +1,7 @@
 #include "TestServices.h"
 
 #include <HostKit/DOMDoc.h>
+#include <HostKit/DocumentSource.h>
 
 #include <QTemporaryDir>
 
@@ -97,6 +98,10 @@ TEST_F(DOMDocTest, WhatIsNotASuiteIsReportedWithItsPlace)
          "<y:ExitGroup/></x:TestSuite>",
          "2:2: Error: the element \"y:InitGroup\" is in the namespace \"urn:zelkor:test-suite\" without the prefix "
          "x; declare xmlns:x=\"urn:zelkor:test-suite\" and use the prefix x for every element\n"},
+        {OPEN + "<!-- <x:No/> -->\n<x:InitGroup\r a='1'/>&#228;\xC3\xA4</x:Other><x:No/>",
+         "2:1: Error: x:InitGroup has no attribute \"a\"; it takes label and name\n"
+         "3:16: Error: text is not allowed in x:TestSuite; remove it or make it a comment\n"
+         "3:18: Fatal Error: expected end of tag 'x:TestSuite'\n"},
         {Nested(256), "valid\n"},
         {Nested(257), "1:2355: Fatal Error: elements nest deeper than 256 levels\n"},
     };
@@ -194,10 +199,10 @@ TEST_F(DOMDocTest, PlacesAreThoseOfTheStartTags)
 {
     const std::string body = "<?xml version='1.0' encoding='UTF-8'?>\r\n<!-- <x:No/> ü -->\r\n" + OPEN +
         "<x:Tooltip>ü <![CDATA[<x:No>]]></x:Tooltip>  <x:InitGroup\n\n   label='a &gt; b > c'\n/><?pi <x:No/> ?>"
-        "\n\t<x:Group\n><x:Group/></x:Group><x:ExitGroup/>" +
-        CLOSE;
-    const std::vector<std::string> expected{"x:TestSuite 3:1", "x:Tooltip 3:46", "x:InitGroup 3:91",
-                                            "x:Group 7:2",     "x:Group 8:2",    "x:ExitGroup 8:22"};
+        "\n\t<x:Group\n><x:Group/></x:Group><!--" +
+        QStringLiteral("\u00FCber").repeated(1000).toStdString() + "--><x:Group/>\r<x:ExitGroup/>" + CLOSE;
+    const std::vector<std::string> expected{"x:TestSuite 3:1", "x:Tooltip 3:46", "x:InitGroup 3:91", "x:Group 7:2",
+                                            "x:Group 8:2",     "x:Group 8:4029", "x:ExitGroup 9:1"};
     for (const std::string& text : {body, "\xEF\xBB\xBF" + body})
     {
         CDOMDoc document(parser.get(), URI, QString::fromStdString(Write(text)));
@@ -210,6 +215,9 @@ TEST_F(DOMDocTest, PlacesAreThoseOfTheStartTags)
                              std::to_string(place.column));
         }
         EXPECT_EQ(places, expected);
+        const CDocumentSource same(document.FileName());
+        EXPECT_EQ(same.Place(same.Tree().document_element()).line, 3U);
+        EXPECT_EQ(document.Place(same.Tree().document_element()).line, 0U);
         EXPECT_EQ(document.Place(pugi::xml_node()).line, 0U);
         EXPECT_EQ(document.Place(document.GetRootElement().first_child().first_child()).line, 0U);
     }
