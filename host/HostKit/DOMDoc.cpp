@@ -26,13 +26,13 @@ bool CDOMDoc::ParseSource(std::shared_ptr<const CDocumentSource> source)
     m_Source = std::move(source);
     if (!m_Source->Obstacle().empty())
     {
-        AddError(m_Source->Obstacle());
+        AddError(EErrorKind::Unreadable, m_Source->Obstacle());
         return false;
     }
     const SDocumentText& text = m_Source->Text();
     if (!text.problem.empty())
     {
-        AddError(text.problem, text.place);
+        AddError(EErrorKind::Xml, text.problem, text.place);
         return false;
     }
     SValidation validation = m_Parser->Validate(*m_Source, m_NamespaceURI);
@@ -44,7 +44,7 @@ bool CDOMDoc::ParseSource(std::shared_ptr<const CDocumentSource> source)
     }
     if (const char* const problem = m_Source->TreeProblem())
     {
-        AddError(problem);
+        AddError(EErrorKind::Xml, problem);
         return false;
     }
     m_Root = m_Source->Tree().document_element();
@@ -93,7 +93,7 @@ QString CDOMDoc::Name() const
     return QString::fromStdString(std::string(LastComponent(m_Path.toStdString())));
 }
 
-void CDOMDoc::AddError(std::string message, SElementPlace place)
+void CDOMDoc::AddError(EErrorKind kind, std::string message, SElementPlace place)
 {
-    m_Errors.emplace_back(SEVERITY_FATAL_ERROR, place, std::move(message), m_NamespaceURI.toStdString());
+    m_Errors.emplace_back(kind, SEVERITY_FATAL_ERROR, place, std::move(message), m_NamespaceURI.toStdString());
 }

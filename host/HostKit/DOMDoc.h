@@ -58,7 +58,7 @@ protected:
     bool ParseSource(std::shared_ptr<const CDocumentSource> source);
 
 private:
-    void AddError(std::string message, SElementPlace place = {});
+    void AddError(EErrorKind kind, std::string message, SElementPlace place = {});
 
     CDOMParser* m_Parser;
     QString m_NamespaceURI;

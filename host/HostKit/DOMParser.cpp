@@ -44,6 +44,7 @@ std::string ToUtf8(const XMLCh* text)
 /// where a start tag ends, which for one that spans lines is another line.
 struct SFinding
 {
+    EErrorKind kind;
     EErrorSeverity severity;
     std::string message;
     SElementPlace place;
@@ -151,7 +152,7 @@ public:
     CValidationHandler(const CSchemaModel& model, const QString& namespaceURI)
         : m_Structure(model, namespaceURI,
                       [this](const std::string& problem, std::size_t element) {
-                          Add({SEVERITY_ERROR, problem, {}, element});
+                          Add({EErrorKind::Schema, SEVERITY_ERROR, problem, {}, element});
                       })
     {
     }
@@ -166,7 +167,10 @@ public:
         return std::move(m_Findings);
     }
 
-    void AddFatal(const XMLCh* message) { m_Findings.push_back({SEVERITY_FATAL_ERROR, ToUtf8(message), {}}); }
+    void AddFatal(const XMLCh* message)
+    {
+        m_Findings.push_back({EErrorKind::Xml, SEVERITY_FATAL_ERROR, ToUtf8(message), {}});
+    }
 
     void Complain(SComplaint complaint)
     {
@@ -177,13 +181,14 @@ public:
             m_HeldBack.push_back(std::move(complaint));
             break;
         case SComplaint::ETopic::Text:
-            Add({SEVERITY_ERROR, "text is not allowed in " + m_Structure.Inside() + "; remove it or make it a comment",
+            Add({EErrorKind::Schema, SEVERITY_ERROR,
+                 "text is not allowed in " + m_Structure.Inside() + "; remove it or make it a comment",
                  complaint.finding.place});
             break;
         case SComplaint::ETopic::NoRoot:
             if (m_Elements == 0)
             {
-                Refuse(m_Structure.MissingRoot(), complaint.finding.place);
+                Refuse(EErrorKind::Xml, m_Structure.MissingRoot(), complaint.finding.place);
             }
             [[fallthrough]];
         default:
@@ -199,7 +204,8 @@ public:
         ++m_Elements;
         if (++m_Depth > CDOMParser::MAX_DEPTH)
         {
-            Refuse("elements nest deeper than " + std::to_string(CDOMParser::MAX_DEPTH) + " levels", {}, m_Elements);
+            Refuse(EErrorKind::Xml, "elements nest deeper than " + std::to_string(CDOMParser::MAX_DEPTH) + " levels",
+                   {}, m_Elements);
         }
         Settle(
             SComplaint::ETopic::Element,
@@ -216,7 +222,8 @@ public:
     {
         const SElementPlace place =
             m_Locator ? SElementPlace{m_Locator->getLineNumber(), m_Locator->getColumnNumber()} : SElementPlace{1, 1};
-        Refuse("a document type definition (<!DOCTYPE>) is not allowed; remove it and whatever it declares", place);
+        Refuse(EErrorKind::Xml,
+               "a document type definition (<!DOCTYPE>) is not allowed; remove it and whatever it declares", place);
     }
 
     xerces::InputSource* resolveEntity(const XMLCh* /*publicId*/, const XMLCh* /*systemId*/) override
@@ -234,13 +241,14 @@ private:
         if (m_Findings.size() == CDOMParser::MAX_ERRORS)
         {
             m_HeldBack.clear();
-            Refuse("there are more problems than that; the rest of the file was not checked", place, element);
+            Refuse(EErrorKind::Schema, "there are more problems than that; the rest of the file was not checked", place,
+                   element);
         }
     }
 
-    [[noreturn]] void Refuse(std::string message, SElementPlace place, std::size_t element = 0)
+    [[noreturn]] void Refuse(EErrorKind kind, std::string message, SElementPlace place, std::size_t element = 0)
     {
-        m_Findings.push_back({SEVERITY_FATAL_ERROR, std::move(message), place, element});
+        m_Findings.push_back({kind, SEVERITY_FATAL_ERROR, std::move(message), place, element});
         throw SStopped();
     }
 
@@ -301,7 +309,9 @@ public:
         const EErrorSeverity severity = type == ErrType_Warning ? SEVERITY_WARNING
             : type == ErrType_Error                             ? SEVERITY_ERROR
                                                                 : SEVERITY_FATAL_ERROR;
-        m_Complain({TopicOf(code, domain), {severity, ToUtf8(text), {line, column}}});
+        const EErrorKind kind =
+            xerces::XMLString::equals(domain, xerces::XMLUni::fgValidityDomain) ? EErrorKind::Schema : EErrorKind::Xml;
+        m_Complain({TopicOf(code, domain), {kind, severity, ToUtf8(text), {line, column}}});
     }
 
 private:
@@ -420,7 +430,7 @@ SValidation CDOMParser::Validate(const CDocumentSource& source, const QString& n
     SValidation validation;
     for (SFinding& finding : findings)
     {
-        validation.errors.emplace_back(finding.severity, finding.place, std::move(finding.message),
+        validation.errors.emplace_back(finding.kind, finding.severity, finding.place, std::move(finding.message),
                                        namespaceURI.toStdString());
     }
     return validation;

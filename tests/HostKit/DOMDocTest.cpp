@@ -111,6 +111,30 @@ TEST_F(DOMDocTest, WhatIsNotASuiteIsReportedWithItsPlace)
     }
 }
 
+TEST_F(DOMDocTest, AnErrorTellsWhatKindItIs)
+{
+    const std::vector<std::pair<std::string, EErrorKind>> rows{
+        {"", EErrorKind::Unreadable},
+        {"<!-- \xE4 -->", EErrorKind::Xml},
+        {"no xml", EErrorKind::Xml},
+        {"<!DOCTYPE a []>" + OPEN + GROUPS + CLOSE, EErrorKind::Xml},
+        {OPEN + GROUPS, EErrorKind::Xml},
+        {Nested(257), EErrorKind::Xml},
+        {OPEN + GROUPS + "<x:Foo/>" + CLOSE, EErrorKind::Schema},
+        {OPEN + "a" + GROUPS + CLOSE, EErrorKind::Schema},
+        {OPEN + "<x:InitGroup xsi:nil='true' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'/><x:ExitGroup/>" +
+             CLOSE,
+         EErrorKind::Schema},
+    };
+    for (const auto& [text, kind] : rows)
+    {
+        CDOMDoc document(parser.get(), URI, QString::fromStdString(Write(text)));
+        EXPECT_FALSE(document.ParseDoc()) << text;
+        ASSERT_EQ(document.ErrorCount(), 1U) << text;
+        EXPECT_EQ(document.Error(0).Kind(), kind) << text;
+    }
+}
+
 TEST_F(DOMDocTest, StructureIsExplainedAtTheElement)
 {
     const std::string term = "<x:Comparison operator='eq'><x:Value/></x:Comparison>";
