@@ -207,9 +207,8 @@ public:
             Refuse(EErrorKind::Xml, "elements nest deeper than " + std::to_string(CDOMParser::MAX_DEPTH) + " levels",
                    {}, m_Elements);
         }
-        Settle(
-            SComplaint::ETopic::Element,
-            m_Structure.Enter({ToUtf8(uri), ToUtf8(qualifiedName), "x:" + ToUtf8(localName)}, attributes, m_Elements));
+        Settle(SComplaint::ETopic::Element,
+               m_Structure.Enter(m_Names.Name(uri, localName, qualifiedName), attributes, m_Elements));
     }
 
     void endElement(const XMLCh* /*uri*/, const XMLCh* /*localName*/, const XMLCh* /*qualifiedName*/) override
@@ -275,6 +274,7 @@ private:
     }
 
     CStructureCheck m_Structure;
+    CElementNames m_Names;
     const xerces::Locator* m_Locator = nullptr;
     std::vector<SFinding> m_Findings;
     std::vector<SComplaint> m_HeldBack;

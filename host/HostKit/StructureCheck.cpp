@@ -42,7 +42,44 @@ std::string DidYouMean(const std::string& name)
     return name.empty() ? std::string() : "; did you mean " + name + "?";
 }
 
+bool IsSame(std::u16string_view text, std::string_view ascii)
+{
+    return std::equal(text.begin(), text.end(), ascii.begin(), ascii.end(),
+                      [](char16_t left, char right) { return left == static_cast<unsigned char>(right); });
+}
+
+/// Whether an element has the attributes that it must have and none that it may not.
+bool AreAsDeclared(const std::map<std::string, bool>& declared, const xerces::Attributes& attributes)
+{
+    auto missing = std::count_if(declared.begin(), declared.end(), [](const auto& row) { return row.second; });
+    for (XMLSize_t i = 0; i < attributes.getLength(); ++i)
+    {
+        const std::u16string_view name = attributes.getQName(i);
+        const auto row = std::find_if(declared.begin(), declared.end(),
+                                      [name](const auto& known) { return IsSame(name, known.first); });
+        if (row == declared.end())
+        {
+            return false;
+        }
+        missing -= row->second ? 1 : 0;
+    }
+    return missing == 0;
+}
 } // namespace
+
+const SElementName& CElementNames::Name(const XMLCh* uri, const XMLCh* local, const XMLCh* shown)
+{
+    const std::u16string_view key(shown);
+    const auto found = m_Converted.find(key);
+    if (found != m_Converted.end() && found->second.uri == uri)
+    {
+        return found->second.name;
+    }
+    const auto utf8 = [](const XMLCh* text) { return QString::fromUtf16(text).toStdString(); };
+    SConverted& converted = m_Converted[std::u16string(key)];
+    converted = {uri, {utf8(uri), utf8(shown), "x:" + utf8(local)}};
+    return converted.name;
+}
 
 CStructureCheck::CStructureCheck(const CSchemaModel& model, const QString& namespaceURI, TReport report)
     : m_Model(model)
@@ -205,6 +242,10 @@ void CStructureCheck::CheckPrefix(const SElementName& name, std::size_t element)
 
 void CStructureCheck::CheckAttributes(const SOpen& element, const xerces::Attributes& attributes)
 {
+    if (AreAsDeclared(element.content->attributes, attributes))
+    {
+        return;
+    }
     std::map<std::string, bool> left = element.content->attributes;
     std::vector<std::string> unknown;
     for (XMLSize_t i = 0; i < attributes.getLength(); ++i)

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include <xercesc/sax2/Attributes.hpp>
@@ -17,6 +19,29 @@ struct SElementName
     std::string uri;
     std::string shown; ///< as it is written
     std::string known; ///< as the schema's elements are named, with the prefix "x"
+};
+
+/// The names of elements as a parser tells them, each converted once.
+class CElementNames
+{
+public:
+    /// The name stays as it is until the next call.
+    const SElementName& Name(const XMLCh* uri, const XMLCh* local, const XMLCh* shown);
+
+private:
+    struct SHash
+    {
+        using is_transparent = void;
+        std::size_t operator()(std::u16string_view text) const { return std::hash<std::u16string_view>()(text); }
+    };
+    struct SConverted
+    {
+        std::u16string uri;
+        SElementName name;
+    };
+
+    /// By the name as it is written; a prefix seldom changes its meaning.
+    std::unordered_map<std::u16string, SConverted, SHash, std::equal_to<>> m_Converted;
 };
 
 /// Follows the elements of a document beside the validator and says in words what is wrong with their names, order and

@@ -102,6 +102,9 @@ TEST_F(DOMDocTest, WhatIsNotASuiteIsReportedWithItsPlace)
          "2:1: Error: x:InitGroup has no attribute \"a\"; it takes label and name\n"
          "3:16: Error: text is not allowed in x:TestSuite; remove it or make it a comment\n"
          "3:18: Fatal Error: expected end of tag 'x:TestSuite'\n"},
+        {OPEN + GROUPS + "<y:A xmlns:y='urn:a'/><y:A xmlns:y='urn:b'/>" + CLOSE,
+         "1:74: Error: y:A is in the namespace \"urn:a\", not in \"urn:zelkor:test-suite\"\n"
+         "1:96: Error: y:A is in the namespace \"urn:b\", not in \"urn:zelkor:test-suite\"\n"},
         {Nested(256), "valid\n"},
         {Nested(257), "1:2355: Fatal Error: elements nest deeper than 256 levels\n"},
     };
