@@ -207,7 +207,7 @@ ETestSuiteAccessType CDOMDocTestSuite::ShouldLoad(const QString& path)
 
 ETestSuiteAccessType CDOMDocTestSuite::ShouldLoad(const CDocumentSource& source)
 {
-    pugi::xml_document document;
+    pugi::xml_document document; // of the bytes: a file whose text is refused is decided about all the same
     document.load_buffer(source.Bytes().constData(), static_cast<std::size_t>(source.Bytes().size()));
     const pugi::xml_node root = document.document_element();
     if (!root)

@@ -5,10 +5,10 @@
 
 #include <utility>
 
-CDOMDoc::CDOMDoc(CDOMParser* parser, const QString& schemaNamespaceURI, const QString& path)
+CDOMDoc::CDOMDoc(CDOMParser* parser, QString schemaNamespaceURI, QString path)
     : m_Parser(parser)
-    , m_NamespaceURI(schemaNamespaceURI)
-    , m_Path(path)
+    , m_NamespaceURI(std::move(schemaNamespaceURI))
+    , m_Path(std::move(path))
 {
 }
 

@@ -20,7 +20,7 @@ class HOSTKIT_EXPORT CDOMDoc
 {
 public:
     /// `parser` is not owned and outlives the document.
-    CDOMDoc(CDOMParser* parser, const QString& schemaNamespaceURI, const QString& path);
+    CDOMDoc(CDOMParser* parser, QString schemaNamespaceURI, QString path);
     virtual ~CDOMDoc();
     CDOMDoc(const CDOMDoc&) = delete;
     CDOMDoc& operator=(const CDOMDoc&) = delete;

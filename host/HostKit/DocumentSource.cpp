@@ -9,6 +9,7 @@
 
 #include <new>
 #include <string_view>
+#include <utility>
 
 namespace
 {
@@ -27,8 +28,8 @@ const char* ObstacleAt(const QFileInfo& file)
 }
 } // namespace
 
-CDocumentSource::CDocumentSource(const QString& path)
-    : m_Path(path)
+CDocumentSource::CDocumentSource(QString path)
+    : m_Path(std::move(path))
 {
     Read();
 }

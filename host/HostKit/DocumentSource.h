@@ -23,7 +23,7 @@ class HOSTKIT_EXPORT CDocumentSource
 {
 public:
     /// Reads the whole file.
-    explicit CDocumentSource(const QString& path);
+    explicit CDocumentSource(QString path);
     ~CDocumentSource();
     CDocumentSource(const CDocumentSource&) = delete;
     CDocumentSource& operator=(const CDocumentSource&) = delete;
