@@ -18,7 +18,7 @@
 #include <Orvanta/CallTree.h>
 #include <Orvanta/DOMDocTestSuite.h>
 #include <Reports/FailedNodes.h>
-#include <Reports/LogFile.h>
+#include <Reports/HostLogFile.h>
 #include <Reports/NodeInfo.h>
 #include <Reports/RunMonitor.h>
 #include <Reports/RunRecord.h>
@@ -104,7 +104,7 @@ struct SOutputs
     CProgress progress;
     CTerminalListener terminal;
     std::optional<CRunRecord> record;
-    std::optional<CLogFile> log;
+    std::optional<CHostLogFile> log;
     std::optional<CSavedAnswers> savedAnswers;
 };
 
@@ -149,7 +149,7 @@ public:
     EExitCode Run();
 
 private:
-    void NoteProblems(CLogFile& log) const;
+    void NoteProblems(CHostLogFile& log) const;
     EExitCode RunLoaded();
     EExitCode CallTree();
     EExitCode Unexpected(const char* what);
@@ -204,7 +204,7 @@ EExitCode CSuiteRun::Run()
 }
 
 /// The engine's report does not cover a suite that is left out or whose tree cannot be built.
-void CSuiteRun::NoteProblems(CLogFile& log) const
+void CSuiteRun::NoteProblems(CHostLogFile& log) const
 {
     for (const SProblem& problem : m_Suite.problems)
     {

@@ -8,7 +8,7 @@
 
 /// Says which nodes ended failed, the innermost of each failure: the one place where a test function that returned
 /// false without a word, or a prompt without an answer, shows. Owned by the host; the nodes' descriptions outlive it.
-class REPORTS_EXPORT CFailedNodes : public CNodeStateListener
+class OLDREPORTS_EXPORT CFailedNodes : public CNodeStateListener
 {
 public:
     /// `say` gets a line for each: path, element, label or name, and the place in the suite's file.

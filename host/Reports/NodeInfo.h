@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Reports/ReportsExport.h>
+#include <Reports/OldReportsExport.h>
 
 #include <Orvanta/Node.h>
 
@@ -21,7 +21,7 @@ struct SNodeInfo
 };
 
 /// Whether a node stands somewhere below another one of the same tree.
-REPORTS_EXPORT bool IsBelow(const SNodeInfo& node, const SNodeInfo& ancestor);
+OLDREPORTS_EXPORT bool IsBelow(const SNodeInfo& node, const SNodeInfo& ancestor);
 
 /// A node of a tree with its description. The node is not owned.
 struct SDescribedNode
@@ -31,10 +31,10 @@ struct SDescribedNode
 };
 
 /// The nodes of a tree in document order, a parent before its children. `document` is the one the tree was built from.
-REPORTS_EXPORT std::vector<SDescribedNode> DescribeTree(CNode& root, const CDOMDoc& document);
+OLDREPORTS_EXPORT std::vector<SDescribedNode> DescribeTree(CNode& root, const CDOMDoc& document);
 
 /// Receives the nodes' state changes, on the thread that runs the suite. Not owned by whoever tells it.
-class REPORTS_EXPORT CNodeStateListener
+class OLDREPORTS_EXPORT CNodeStateListener
 {
 public:
     virtual ~CNodeStateListener();

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <Reports/NodeInfo.h>
-#include <Reports/ReportsExport.h>
+#include <Reports/OldReportsExport.h>
 
 #include <QObject>
 
@@ -9,7 +9,7 @@
 
 /// Follows the run states of a tree and tells its listeners, in the order in which they were added. Owned by the host;
 /// it goes before the tree and the listeners do.
-class REPORTS_EXPORT CRunMonitor
+class OLDREPORTS_EXPORT CRunMonitor
 {
 public:
     /// `nodes` are those of the tree, from `DescribeTree`.

@@ -24,6 +24,7 @@ TJson Event(const char* name)
 void Append(CLineFile& file, const TJson& event)
 {
     file.Append(event.dump(-1, ' ', false, TJson::error_handler_t::replace) + '\n');
+    file.HandOver();
 }
 
 TJson ColorOf(const std::optional<ZKColor>& color)

@@ -2,7 +2,7 @@
 
 #include <Reports/LineFile.h>
 #include <Reports/NodeInfo.h>
-#include <Reports/ReportsExport.h>
+#include <Reports/OldReportsExport.h>
 
 #include <HostKit/HostListener.h>
 
@@ -51,13 +51,13 @@ struct SRunEnd
 /// written as things happen. It has no end mark, so that a record cut off by a crash is as good as a whole one. Owned
 /// by the host. The constructor throws `ZKRunTimeException` when the file cannot be written; later trouble is kept in
 /// `WriteError`. Bytes that are not UTF-8 are replaced, never refused.
-class REPORTS_EXPORT CRunRecord : public CHostListener, public CNodeStateListener
+class OLDREPORTS_EXPORT CRunRecord : public CHostListener, public CNodeStateListener
 {
 public:
     explicit CRunRecord(const std::string& path);
 
     const std::string& Path() const { return m_File.Path(); }
-    const std::string& WriteError() const { return m_File.WriteError(); }
+    std::string WriteError() const { return m_File.WriteError(); }
 
     void SuiteLoaded(const SSuiteLoad& load);
     void RunStarted(const SRunStart& start);

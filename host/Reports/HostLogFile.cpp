@@ -1,4 +1,4 @@
-#include <Reports/LogFile.h>
+#include <Reports/HostLogFile.h>
 
 #include <CoreKit/Format.h>
 #include <CoreKit/PrintableText.h>
@@ -14,42 +14,42 @@ const char* StatusName(TEST_STATUS status)
 }
 } // namespace
 
-CLogFile::CLogFile(const std::string& path)
+CHostLogFile::CHostLogFile(const std::string& path)
     : m_File(path)
 {
 }
 
-void CLogFile::LogWritten(const SLogEntry& entry)
+void CHostLogFile::LogWritten(const SLogEntry& entry)
 {
     Write(entry.level, StatusName(entry.type.status), PrintableText(entry.text));
 }
 
-void CLogFile::Printed(ELogLevel level, bool, std::string_view text)
+void CHostLogFile::Printed(ELogLevel level, bool, std::string_view text)
 {
     Write(level, "print", PrintableText(text));
 }
 
-void CLogFile::TestLogAdded(std::string_view text, bool isTest, bool isSeparator)
+void CHostLogFile::TestLogAdded(std::string_view text, bool isTest, bool isSeparator)
 {
     Write(LL_ALWAYS, isTest ? "test" : isSeparator ? "part" : "step", PrintableLine(text));
 }
 
-void CLogFile::HeadlineShown(std::string_view text, std::uint32_t)
+void CHostLogFile::HeadlineShown(std::string_view text, std::uint32_t)
 {
     Write(LL_ALWAYS, "result", PrintableLine(text));
 }
 
-void CLogFile::OperatorAborted(std::string_view text)
+void CHostLogFile::OperatorAborted(std::string_view text)
 {
     Write(LL_ALWAYS, "abort", PrintableLine(text));
 }
 
-void CLogFile::Note(std::string_view text)
+void CHostLogFile::Note(std::string_view text)
 {
     Write(LL_ALWAYS, "note", PrintableLine(text));
 }
 
-void CLogFile::Write(ELogLevel level, const char* kind, std::string_view text)
+void CHostLogFile::Write(ELogLevel level, const char* kind, std::string_view text)
 {
     while (!text.empty() && text.back() == '\n')
     {
@@ -67,4 +67,5 @@ void CLogFile::Write(ELogLevel level, const char* kind, std::string_view text)
         }
     }
     m_File.Append(line += '\n');
+    m_File.HandOver();
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <Reports/LineFile.h>
-#include <Reports/ReportsExport.h>
+#include <Reports/OldReportsExport.h>
 
 #include <HostKit/HostListener.h>
 
@@ -10,12 +10,12 @@
 /// The complete log of a run as plain text: one entry a line with time, level, status and text as `PrintableText` shows
 /// it, further lines of a text indented below it. Owned by the host. The constructor throws `ZKRunTimeException` when
 /// the file cannot be written.
-class REPORTS_EXPORT CLogFile : public CHostListener
+class OLDREPORTS_EXPORT CHostLogFile : public CHostListener
 {
 public:
-    explicit CLogFile(const std::string& path);
+    explicit CHostLogFile(const std::string& path);
 
-    const std::string& WriteError() const { return m_File.WriteError(); }
+    std::string WriteError() const { return m_File.WriteError(); }
 
     void LogWritten(const SLogEntry& entry) override;
     void Printed(ELogLevel level, bool line, std::string_view text) override;

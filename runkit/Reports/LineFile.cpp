@@ -12,6 +12,8 @@
 
 namespace
 {
+constexpr std::size_t MOST_GATHERED = std::size_t{64} * 1024;
+
 /// Empties a file that no other process writes; false, with the reason in `errno`, when that fails. File systems
 /// without locks do without, and what is no regular file is written as it comes.
 bool TakeOver(int file)
@@ -30,6 +32,7 @@ bool TakeOver(int file)
 CLineFile::CLineFile(const std::string& path)
     : m_Path(path)
     , m_File(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666))
+    , m_Process(getpid())
 {
     if (m_File >= 0 && TakeOver(m_File))
     {
@@ -45,15 +48,31 @@ CLineFile::CLineFile(const std::string& path)
 
 CLineFile::~CLineFile()
 {
-    // Processes that tests started may still hold the file open, and with it the lock.
-    flock(m_File, LOCK_UN);
+    HandOver();
+    if (IsOwner())
+    {
+        // Processes that tests started may still hold the file open, and with it the lock.
+        flock(m_File, LOCK_UN);
+    }
     close(m_File);
 }
 
 void CLineFile::Append(std::string_view lines)
 {
-    std::string_view rest = lines;
-    while (!rest.empty() && m_WriteError.empty())
+    if (m_Error == 0)
+    {
+        m_Gathered.append(lines);
+    }
+    if (m_Gathered.size() >= MOST_GATHERED)
+    {
+        HandOver();
+    }
+}
+
+void CLineFile::HandOver()
+{
+    std::string_view rest = IsOwner() ? m_Gathered : std::string_view();
+    while (!rest.empty() && m_Error == 0)
     {
         const ssize_t written = write(m_File, rest.data(), rest.size());
         if (written >= 0)
@@ -62,10 +81,27 @@ void CLineFile::Append(std::string_view lines)
         }
         else if (errno != EINTR)
         {
-            m_WriteError = std::string("cannot write ") + m_Path + ": " + std::strerror(errno);
-            // Fails for what is no regular file; there the piece stays.
-            static_cast<void>(!ftruncate(m_File, m_Length));
+            m_Error = errno;
+            TakeBackPiece(std::string_view(m_Gathered).substr(0, m_Gathered.size() - rest.size()));
         }
     }
-    m_Length += static_cast<std::int64_t>(lines.size());
+    m_Length += static_cast<std::int64_t>(m_Gathered.size());
+    m_Gathered.clear();
+}
+
+std::string CLineFile::WriteError() const
+{
+    return m_Error == 0 ? "" : "cannot write " + m_Path + ": " + std::strerror(m_Error);
+}
+
+bool CLineFile::IsOwner() const
+{
+    return getpid() == m_Process;
+}
+
+void CLineFile::TakeBackPiece(std::string_view written)
+{
+    const std::size_t whole = written.rfind('\n') + 1; // 0 when there is none
+    // Fails for what is no regular file; there the piece stays.
+    static_cast<void>(!ftruncate(m_File, m_Length + static_cast<std::int64_t>(whole)));
 }

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <Reports/ReportsExport.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include <sys/types.h>
+
+/// A text file that a run leaves behind. Lines are gathered, and handed over to the system in one piece: whatever was
+/// handed over before a crash or a kill stands. The constructor replaces an existing file; it throws
+/// `ZKRunTimeException`, naming path and reason, when it cannot, and leaves a file alone that another run is writing. A
+/// failed write is remembered, takes back the piece of line it left, and is the file's last. In a process forked from
+/// the one that made it, a file does nothing.
+class REPORTS_EXPORT CLineFile
+{
+public:
+    explicit CLineFile(const std::string& path);
+    /// Hands over; who wants to know whether that failed does so before.
+    ~CLineFile();
+    CLineFile(const CLineFile&) = delete;
+    CLineFile& operator=(const CLineFile&) = delete;
+
+    /// `lines` ends with a line feed. What was gathered is handed over when it becomes large.
+    void Append(std::string_view lines);
+    /// Gives the system what was gathered, in one write unless it takes only a part.
+    void HandOver();
+
+    const std::string& Path() const { return m_Path; }
+    /// What kept the file from being complete; empty when nothing did.
+    std::string WriteError() const;
+
+private:
+    bool IsOwner() const;
+    void TakeBackPiece(std::string_view written);
+
+    std::string m_Path;
+    std::string m_Gathered; ///< whole lines
+    std::int64_t m_Length = 0;
+    int m_Error = 0; ///< an `errno`
+    int m_File;
+    pid_t m_Process;
+};
