@@ -77,7 +77,7 @@ void CLogFile::Tell(const SRunStartEvent& event)
     m_Nodes.clear();
     for (const auto& [key, value] : event.meta)
     {
-        Line("note", key + ": " + value);
+        Line("note", std::string(key).append(": ").append(value));
     }
 }
 
