@@ -49,7 +49,7 @@ private:
     void Tell(const SHeadlineEvent& event);
     void Tell(const SNotRunEvent& event);
     void Tell(const SRunEndEvent& event);
-    /// What the log entries tell already: states, prompts, measurements.
+    /// States and prompts stand in the engine's own entries; measurements are for records and reports.
     void Tell(const auto&) {}
 
     /// Path, element, title, the passes of the loops around it, and the place in the suite's file.

@@ -74,6 +74,7 @@ TEST(Record, WhatWasHandedOverSurvivesAKill)
         const pid_t child = fork();
         if (child == 0)
         {
+            close(ends[0]);
             WriteUntilKilled(file.Path(), ends[1]);
         }
         close(ends[1]);
