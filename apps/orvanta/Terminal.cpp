@@ -1,6 +1,8 @@
 #include "Terminal.h"
 
 #include <CoreKit/PrintableText.h>
+#include <Events/Problem.h>
+#include <Events/Words.h>
 #include <HostKit/FormatInfo.h>
 
 #include <algorithm>
@@ -68,6 +70,17 @@ std::string EscapeSequence(const CFormatInfo& format)
         }
     }
     return sequence.empty() ? sequence : "\033[" + sequence + 'm';
+}
+
+std::string ProblemLine(std::string_view file, const SProblem& problem)
+{
+    std::string line(file);
+    if (problem.line > 0)
+    {
+        line += ':' + std::to_string(problem.line) + ':' + std::to_string(problem.column);
+    }
+    line.append(": ").append(WordOf(problem.severity)).append(": ").append(problem.message);
+    return PrintableLine(problem.rule.empty() ? line : line + " [" + problem.rule + ']');
 }
 
 void WriteErrorLine(std::string_view line)

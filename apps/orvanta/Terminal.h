@@ -7,6 +7,7 @@
 #include <string_view>
 
 class CFormatInfo;
+struct SProblem;
 
 /// Keeps the process sound when a standard stream is closed: a closed one is replaced by nothing, so that no file takes
 /// its place, and a reader that goes away does not end the process.
@@ -23,6 +24,9 @@ std::size_t TerminalWidth(std::FILE* stream);
 std::string EscapeSequence(const CFormatInfo& format);
 
 inline constexpr const char* ESCAPE_RESET = "\033[0m";
+
+/// A problem of a suite as people are told of it: "file:line:column: error: message [rule]".
+std::string ProblemLine(std::string_view file, const SProblem& problem);
 
 /// Writes one line to stderr, whatever the text holds.
 void WriteErrorLine(std::string_view line);
