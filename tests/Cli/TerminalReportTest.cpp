@@ -157,15 +157,18 @@ void FeedMixedRun(CSuite& suite)
     suite.Log("battery low", LEVEL_WARNING, TS_NONE, WarningFormat());
     suite.Log("the current is 3 A", 2, TS_FAILED);
     suite.Verdict("/1/1", EVerdict::Failed, "the current is 3 A", 1);
-    suite.Begin("/1/2");
-    suite.Take(SPrintEvent{0, true, ""});
-    suite.Log("Request boolean choice:\nIs it on?. [Yes/No]");
     SPrompt prompt;
     prompt.text = "Is it on?";
-    suite.Take(SPromptOpenEvent{prompt, 1});
-    suite.Take(SPromptEvent{prompt, true, 1});
-    suite.Log("User selected Yes");
-    suite.Verdict("/1/2");
+    for (std::uint64_t id = 1; id <= 2; ++id)
+    {
+        suite.Begin("/1/2");
+        suite.Take(SPrintEvent{0, true, ""});
+        suite.Log("Request boolean choice:\nIs it on?. [Yes/No]");
+        suite.Take(SPromptOpenEvent{prompt, id});
+        suite.Take(SPromptEvent{prompt, true, id});
+        suite.Log("User selected Yes");
+        suite.Verdict("/1/2");
+    }
     suite.Begin("/1/3");
     suite.Log("measuring ... ", LEVEL_NORMAL, TS_NONE, {}, 4);
     suite.Log("lost");
@@ -252,6 +255,8 @@ TEST(TerminalReport, ShowsGroupsTestsAndEntriesAsTheyComeAndWhatDidNotPassAgainA
               "warning: battery low\n"
               "failure: the current is 3 A\n"
               "  FAILED  Power / TestCurrent  0.012 s  (1 warning)\n"
+              "\n"
+              "User selected Yes\n"
               "\n"
               "User selected Yes\n"
               "measuring ... lost\n"
