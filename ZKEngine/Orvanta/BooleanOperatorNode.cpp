@@ -27,6 +27,16 @@ CBooleanOperatorNode::CBooleanOperatorNode(const pugi::xml_node& node, CNode* co
 {
 }
 
+QStringList CBooleanOperatorNode::Operators()
+{
+    QStringList words;
+    for (const auto& [word, operation] : m_OperatorList)
+    {
+        words.push_back(word);
+    }
+    return words;
+}
+
 bool CBooleanOperatorNode::DoDiagOnly()
 {
     return true;

@@ -2,6 +2,8 @@
 
 #include <Orvanta/BooleanBaseNode.h>
 
+#include <QStringList>
+
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -14,6 +16,9 @@ public:
 
     /// `std::out_of_range` for an operator word that the table lacks.
     CBooleanOperatorNode(const pugi::xml_node& node, CNode* const parent, int level);
+
+    /// The operator words.
+    static QStringList Operators();
 
     static const TOperation Equals;
     static const TOperation NotEqual;

@@ -8,12 +8,16 @@
 #include <HostKit/AppSettings.h>
 #include <HostKit/AppState.h>
 #include <HostKit/Logger.h>
+#include <HostKit/RunFacts.h>
+#include <HostKit/StopControl.h>
 #include <HostKit/TestSuiteLog.h>
 #include <HostKit/UserInput.h>
 #include <HostKit/VersionInfo.h>
 
 #include <QDir>
 #include <QStandardPaths>
+
+#include <thread>
 
 namespace
 {
@@ -87,6 +91,12 @@ CTestSuiteLog& NeededSuiteLog()
 void LogLock(const char* text)
 {
     WriteLog(TS_NONE, LL_DETAIL, ZKLogger::GetDefaultFormat(TS_NONE), text);
+}
+
+bool IsStopRequested()
+{
+    const CStopControl* const stop = CAppState::Services().Stop;
+    return (stop && stop->IsDue(false)) || CUIUpdate::GetUIUpdate().AbortFunction();
 }
 
 struct SResultTexts
@@ -179,7 +189,7 @@ TEST_STATUS CCallTree::CallTree()
     m_LockAcquired = true;
     LogLock("Acquiring execution lock...");
     FlushOutput(false);
-    if (!m_Lock.tryLock(0))
+    if (!TakeLock())
     {
         return TestRunCleanup(Refuse());
     }
@@ -216,6 +226,26 @@ void CCallTree::ForgetAbort()
     }
 }
 
+bool CCallTree::TakeLock()
+{
+    using TClock = std::chrono::steady_clock;
+    constexpr std::chrono::milliseconds pause(200);
+    bool isTaken = m_Lock.tryLock(0);
+    if (isTaken || !m_LockWait || m_Lock.error() != QLockFile::LockFailedError)
+    {
+        return isTaken;
+    }
+    ReportLockAwaited();
+    const auto waited = [begin = TClock::now()]
+    { return std::chrono::duration_cast<std::chrono::milliseconds>(TClock::now() - begin); };
+    while (!isTaken && !IsStopRequested() && waited() < *m_LockWait)
+    {
+        std::this_thread::sleep_for(pause);
+        isTaken = m_Lock.tryLock(0);
+    }
+    return isTaken;
+}
+
 TEST_STATUS CCallTree::Refuse()
 {
     if (CTestSuiteLog* const suiteLog = CAppState::TestSuiteLog())
@@ -241,22 +271,16 @@ TEST_STATUS CCallTree::RunLocked()
                     m_Lock.unlock();
                     throw;
                 },
-                [&](const ZKUserAbort&) -> TEST_STATUS
+                [&](const ZKUserAbort& abort) -> TEST_STATUS
                 {
-                    if (CTestSuiteLog* const suiteLog = CAppState::TestSuiteLog())
-                    {
-                        suiteLog->OperatorAborted();
-                    }
+                    ReportAbortSeen(abort.what());
                     WriteLog(TS_NONE, LL_WARNING, DefaultAbortFormat(), "User aborted test suite.");
                     cleanUpFailed();
                     throw;
                 },
                 [&](SUnknownFailure) -> TEST_STATUS
                 {
-                    if (CTestSuiteLog* const suiteLog = CAppState::TestSuiteLog())
-                    {
-                        suiteLog->RunFailed();
-                    }
+                    ReportRunLeft();
                     cleanUpFailed();
                     throw;
                 });
@@ -267,7 +291,7 @@ TEST_STATUS CCallTree::RunSuite()
 {
     const std::string path = QDir::toNativeSeparators(m_State->Document()->FileName()).toStdString();
     NeededSuiteLog().SetSuiteName(LastComponent(path));
-    m_State->RunTestSuite(false);
+    m_State->RunTestSuite(m_StopOnFailure);
     FlushOutput(true);
     return CAppState::Log().TestStatus(TS_NONE);
 }

@@ -8,6 +8,8 @@
 #include <QString>
 
 #include <atomic>
+#include <chrono>
+#include <optional>
 #include <string>
 
 class CTestSuiteLog;
@@ -41,6 +43,13 @@ public:
     /// The host's request to call the running suite aborted; may be set from another thread. A new run clears it.
     static void Cancel(bool cancel) { m_DoCancel.store(cancel); }
 
+    /// Whether the run stops at the first test group that fails; false unless set. The exit group runs all the same.
+    void StopOnFailure(bool stopOnFailure) { m_StopOnFailure = stopOnFailure; }
+
+    /// How long a run waits for the lock while another one holds it, trying every 200 ms until it is taken, the time is
+    /// up or a stop is asked for; none, as at first: it is tried once.
+    void LockWait(std::optional<std::chrono::milliseconds> wait) { m_LockWait = wait; }
+
     /// Chooses the closing line of a validation run: about the validation, or about the run.
     void ValidationReport(bool validationReport) { m_ValidationReport = validationReport; }
 
@@ -55,6 +64,7 @@ private:
     TEST_STATUS RunSuite();
     /// Throws when the suite cannot be run, or is being run by this object.
     void RefuseToStart() const;
+    bool TakeLock();
     TEST_STATUS Refuse();
     TEST_STATUS TestRunCleanup(TEST_STATUS status);
     void ReleaseLock();
@@ -70,6 +80,8 @@ private:
     bool m_LockAcquired = false;
     bool m_ValidationReport = false;
     QLockFile m_Lock;
+    bool m_StopOnFailure = false;
+    std::optional<std::chrono::milliseconds> m_LockWait;
     QString m_ResultText;
 
     static std::atomic<bool> m_DoCancel;

@@ -9,7 +9,7 @@
 class CVariableList;
 
 /// The text directly inside an element; comments and CDATA sections do not cut it. Empty without an element.
-CSafeString ElementText(const pugi::xml_node& element);
+ORVANTA_EXPORT CSafeString ElementText(const pugi::xml_node& element);
 
 /// Adds what an "x:Define" or "x:Local" element declares; false for every other element. Throws for a bad type, which
 /// is looked at first, and for a name that exists already.

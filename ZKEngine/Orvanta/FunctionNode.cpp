@@ -250,6 +250,7 @@ bool CFunctionNode::CallWithParameters()
     const TParameters parameters = RunQuery("x:Parameter");
     if (parameters.empty())
     {
+        HandOver();
         return CallWithWords(m_Function, nullptr, std::index_sequence<>());
     }
     if (parameters.size() > MAX_CALL_PARAMETERS)
@@ -290,6 +291,10 @@ bool CFunctionNode::DoCall(const TParameters& parameters, StackBuffer<N> buffer)
     const bool isAllowed = hasReference && CAppState::TestSuiteMode() != MODE_DEBUG;
     FlushOutput(true);
     const bool isSkipped = CAppState::ExecutionType() != EXECUTION_NORMAL && !isAllowed;
+    if (isSkipped)
+    {
+        ReportCallLeftOut(Id());
+    }
     const bool result = isSkipped || TimedCall(buffer);
     LogPlain(LL_TRACE, "Function Stop time : %s",
              MakeTimeString(TIME_FORMAT, std::chrono::system_clock::now()).c_str());
@@ -322,6 +327,7 @@ template <std::size_t N>
 bool CFunctionNode::TimedCall(const StackBuffer<N>& buffer) const
 {
     LogPlain(LL_TRACE, "Function Start time : %s", MakeCurrentTimeString(TIME_FORMAT).c_str());
+    HandOver();
     return CallWithWords(m_Function, buffer.m_Slots.data(), std::make_index_sequence<N>());
 }
 

@@ -56,16 +56,19 @@ bool CGroupNode::DoExecute(bool stopOnFail)
         [this](const ZKException& exception)
         {
             LogUnexpected("Zelkor failure", exception);
+            ReportFailureCaught(Id(), exception.Message());
             return false;
         },
         [this](const std::exception& exception)
         {
             LogUnexpected("failure", exception);
+            ReportFailureCaught(Id(), exception.what());
             return false;
         },
         [this](SUnknownFailure)
         {
             LogTrace(" - Unexpected failure - %s.", TypeName().c_str());
+            ReportFailureCaught(Id(), "an unknown failure");
             return false;
         });
 }

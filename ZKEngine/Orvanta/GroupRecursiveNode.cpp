@@ -51,6 +51,11 @@ QString CGroupRecursiveNode::Name() const
     return AttributeText("name");
 }
 
+bool CGroupRecursiveNode::IsLoop() const
+{
+    return m_LoopTerminateNode || HasAttribute(QStringLiteral("to"));
+}
+
 QString CGroupRecursiveNode::GetDiagnosticString() const
 {
     if (!IsExecuting())
@@ -93,9 +98,10 @@ bool CGroupRecursiveNode::DoExecute(bool stopOnFail)
             }
             throw;
         },
-        [this](const std::exception&)
+        [this](const std::exception& exception)
         {
             LogTrace(" - Unexpected failure %s.", TypeName().c_str());
+            ReportFailureCaught(Id(), exception.what());
             return false;
         });
 }
@@ -103,8 +109,12 @@ bool CGroupRecursiveNode::DoExecute(bool stopOnFail)
 bool CGroupRecursiveNode::RunPasses(bool stopOnFail)
 {
     bool result = true;
-    while (!ShouldTerminateLoop())
+    for (std::uint64_t pass = 1; !ShouldTerminateLoop(); ++pass)
     {
+        if (IsLoop())
+        {
+            ReportPass(Id(), pass, m_Iterator, Attribute(QStringLiteral("iterator")));
+        }
         for (CNode* child : m_Children)
         {
             m_RanOnce = true;

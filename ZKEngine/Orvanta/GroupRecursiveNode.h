@@ -27,6 +27,8 @@ public:
     QString GetDiagnosticString() const override;
 
     bool IsStrict() const { return m_IsStrict; }
+    /// Whether it counts passes: with a bound or a terminator of its own. Other groups run their children once.
+    bool IsLoop() const;
     QString Name() const;
 
 protected:

@@ -32,6 +32,7 @@ CNode::CNode(const pugi::xml_node& node, CNode* const parent, int level, CLibWra
     , m_Level(level)
     , m_Indent(qsizetype{2} * level, QLatin1Char(' '))
     , m_LibWrapper(libWrapper)
+    , m_Id(RootNode()->m_BuiltCount++)
 {
     BuildChildren();
     connect(this, &CNode::UpdateNodeRunState, RootNode(), &CNode::TestSuiteRunStateChanged);
@@ -323,18 +324,28 @@ void CNode::SetExecuting(bool executing, ERunState state)
 {
     m_Executing = executing;
     m_RunState = state;
+    ReportNodeState(m_Id, state);
     Q_EMIT UpdateNodeRunState(state);
     FlushOutput(false);
 }
 
 bool CNode::Execute(bool stopOnFail)
 {
-    FlushOutput(false);
-    if (!SatisfiesCondition() || !SomethingToExecute())
+    BeginStep();
+    if (!SatisfiesCondition())
+    {
+        ReportNodeSkipped(m_Id);
+        return true;
+    }
+    if (!SomethingToExecute())
     {
         return true;
     }
-    const auto fail = [this] { SetExecuting(false, RS_FAILED); };
+    const auto fail = [this](const char* what)
+    {
+        ReportNodeLeftByException(m_Id, what);
+        SetExecuting(false, RS_FAILED);
+    };
     return Guarded(
         [this, stopOnFail]
         {
@@ -345,14 +356,29 @@ bool CNode::Execute(bool stopOnFail)
             SetExecuting(false, result ? RS_PASSED : RS_FAILED);
             return result;
         },
+        [this](const ZKUserAbort& abort) -> bool
+        {
+            ReportNodeLeftByAbort(m_Id, abort.what());
+            throw;
+        },
         [&fail](SOutOfMemory) -> bool
         {
-            fail();
+            fail("out of memory");
+            throw;
+        },
+        [&fail](const ZKException& exception) -> bool
+        {
+            fail(exception.Message());
+            throw;
+        },
+        [&fail](const std::exception& exception) -> bool
+        {
+            fail(exception.what());
             throw;
         },
         [&fail](SUnknownFailure) -> bool
         {
-            fail();
+            fail(nullptr);
             throw;
         });
 }

@@ -8,6 +8,7 @@
 #include <HostKit/FormatInfo.h>
 #include <HostKit/LogTypes.h>
 #include <HostKit/Logger.h>
+#include <HostKit/RunFacts.h>
 
 #include <QObject>
 #include <QString>
@@ -21,14 +22,6 @@
 
 class CLibWrapper;
 class CTestLog;
-
-enum ERunState : std::uint32_t
-{
-    RS_NOT_RUN = 0,
-    RS_EXECUTING = 1,
-    RS_PASSED = 2,
-    RS_FAILED = 3,
-};
 
 /// How far `SetSelected` reaches, a bit set: by default to the selectable descendants and to the ancestors.
 enum ESelectOption : std::uint32_t
@@ -72,6 +65,9 @@ public:
     virtual void SetExecuting(bool executing, ERunState state);
     virtual QString GetDiagnosticString() const;
     virtual bool IsSelectable() const;
+
+    /// The node's number in its tree, by which the host is told of it.
+    TNodeId Id() const { return m_Id; }
 
     CNode* ParentNode() const { return m_Parent; }
     void ParentNode(CNode* const parent) { m_Parent = parent; }
@@ -211,6 +207,9 @@ private:
     void TellCounters(int change);
 
     static CVariableList* m_VariableList;
+
+    TNodeId m_BuiltCount = 0; ///< at the root: how many nodes of the tree were built
+    TNodeId m_Id;
 
     std::vector<std::unique_ptr<CNode>> m_Owned; ///< every node built from a child element
     CNode* m_CountedBy = nullptr;                ///< the node whose selectable child this one is

@@ -76,6 +76,16 @@ CNumericExpressionNode::CNumericExpressionNode(const pugi::xml_node& node, CNode
 {
 }
 
+QStringList CNumericExpressionNode::Operators()
+{
+    QStringList words;
+    for (const auto& [word, operation] : m_OperatorList)
+    {
+        words.push_back(word);
+    }
+    return words;
+}
+
 bool CNumericExpressionNode::DoDiagOnly()
 {
     return true;

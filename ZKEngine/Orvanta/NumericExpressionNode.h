@@ -2,6 +2,8 @@
 
 #include <Orvanta/NumericBaseNode.h>
 
+#include <QStringList>
+
 #include <functional>
 #include <map>
 
@@ -13,6 +15,9 @@ public:
 
     /// `std::out_of_range` for an operator word that the table lacks.
     CNumericExpressionNode(const pugi::xml_node& node, CNode* const parent, int level);
+
+    /// The operator words.
+    static QStringList Operators();
 
     /// Each throws `ZKRunTimeException` instead of a result that 64 bits can't hold or that is not defined.
     static const TOperation Add;

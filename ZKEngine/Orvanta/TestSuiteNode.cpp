@@ -41,15 +41,6 @@ void Finish()
     }
 }
 
-/// Whatever a dialog or a test library threw it from, an abort is never a passed run.
-void ReportAbort()
-{
-    if (CTestSuiteLog* const log = CAppState::TestSuiteLog())
-    {
-        log->OperatorAborted();
-    }
-}
-
 void LogUnexpectedFailure(EFunctionGroupType phase, const CSafeString& failure)
 {
     switch (phase)
@@ -154,11 +145,6 @@ QString CTestSuiteNode::Name() const
 
 void CTestSuiteNode::TestSuiteRunStateChanged(ERunState rs)
 {
-    CTestSuiteLog* const log = CAppState::TestSuiteLog();
-    if (log && rs == RS_FAILED)
-    {
-        log->RunFailed();
-    }
     Q_EMIT UpdateTestSuiteState(rs);
 }
 
@@ -236,6 +222,8 @@ bool CTestSuiteNode::RunSuite(bool stopOnFail)
 {
     CAppState::SuiteRuntimeState(nullptr);
     CAppState::TestSuiteExecuting(true);
+    CAppState::Services().Run.Aborted = false;
+    CAppState::Services().Run.InExitGroup = false;
     ExecutionInit();
     ResetVariableList(GetVariablesNode(m_Node), m_SuiteVariables);
     CAppState::UserInput().EnableInput();
@@ -267,6 +255,7 @@ bool CTestSuiteNode::OpenTestLibrary()
     {
         return true;
     }
+    ReportLibraryNotOpened();
     ReportLoadFailure();
     return false;
 }
@@ -310,9 +299,9 @@ void CTestSuiteNode::RunGroups(bool stopOnFail, SRun& run)
             CAppState::UserInput().EnableInput();
             throw;
         },
-        [this](const ZKUserAbort&)
+        [this](const ZKUserAbort& abort)
         {
-            ReportAbort();
+            ReportAbortSeen(abort.what());
             LogTrace(" - Aborted by user %s.", TypeName().c_str());
         },
         [&fail](const std::exception& exception) { fail(exception.what()); },
@@ -322,6 +311,7 @@ void CTestSuiteNode::RunGroups(bool stopOnFail, SRun& run)
 void CTestSuiteNode::EnterPhase(EFunctionGroupType phase)
 {
     m_Phase = phase;
+    CAppState::Services().Run.InExitGroup = phase == FG_EXIT;
     SetSuitePhase(phase);
 }
 
@@ -390,7 +380,7 @@ void CTestSuiteNode::RunExitPhase(SRun& run)
         },
         [&fail](const ZKUserAbort& abort)
         {
-            ReportAbort();
+            ReportAbortSeen(abort.what());
             fail(abort.what());
         },
         [&fail](const std::exception& exception) { fail(exception.what()); },

@@ -49,6 +49,8 @@ public:
     /// Refills a list from declarations and makes the suite's own variables current. Throws for a bad declaration, with
     /// no variables current.
     void ResetVariableList(const pugi::xml_node& variables, CVariableList& list);
+    /// The same for the suite's own declarations and variables, as every run begins with.
+    void ResetVariableList() { ResetVariableList(GetVariablesNode(m_Node), m_SuiteVariables); }
     /// The phase that the run under way, or the last one, has reached.
     EFunctionGroupType Phase() const { return m_Phase; }
     /// Tells the host which mode the suite asks for, when it is not the host's.

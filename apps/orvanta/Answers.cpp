@@ -3,8 +3,8 @@
 #include "StartFolder.h"
 
 #include <CoreKit/Exceptions.h>
+#include <Events/Answer.h>
 #include <HostKit/ReplaceFile.h>
-#include <Reports/PromptJson.h>
 
 #include <QFile>
 #include <QSaveFile>
@@ -19,39 +19,6 @@ using TJson = nlohmann::ordered_json;
 
 namespace
 {
-std::optional<TPromptAnswer> AnswerOf(const TJson& value)
-{
-    static const std::pair<const char*, EPromptEnd> WORDS[] = {{"ok", EPromptEnd::Ok},
-                                                               {"timeout", EPromptEnd::TimeOut},
-                                                               {"cancel", EPromptEnd::Cancel},
-                                                               {"abort", EPromptEnd::Abort}};
-    if (value.is_boolean())
-    {
-        return value.get<bool>();
-    }
-    if (value.is_number_unsigned())
-    {
-        return value.get<std::uint64_t>();
-    }
-    if (!value.is_string())
-    {
-        return std::nullopt;
-    }
-    const std::string text = value.get<std::string>();
-    for (const auto& [word, end] : WORDS)
-    {
-        if (text == word)
-        {
-            return end;
-        }
-    }
-    bool isNumber = false;
-    const QString digits = QString::fromStdString(text).trimmed();
-    const bool isHexadecimal = digits.startsWith(QLatin1String("0x"), Qt::CaseInsensitive);
-    const std::uint64_t number = digits.toULongLong(&isNumber, isHexadecimal ? 16 : 10);
-    return isNumber ? std::optional<TPromptAnswer>(number) : std::nullopt;
-}
-
 SScriptedAnswer EntryOf(const TJson& entry)
 {
     if (!entry.is_object() || !entry.contains("answer"))
@@ -65,12 +32,10 @@ SScriptedAnswer EntryOf(const TJson& entry)
             throw ZKRunTimeException("it has the unknown key \"" + key + "\"");
         }
     }
-    const std::optional<TPromptAnswer> answer = AnswerOf(entry["answer"]);
+    const std::optional<TPromptAnswer> answer = ParseAnswer(entry["answer"].dump());
     if (!answer)
     {
-        throw ZKRunTimeException(
-            "its answer is none of true, false, a number from 0 to 2^64 - 1 (also as a text such as "
-            "\"0x12C\"), \"ok\", \"timeout\", \"cancel\", \"abort\"");
+        throw ZKRunTimeException("its answer is not " + std::string(ANSWER_FORMS));
     }
     if (!entry.contains("text"))
     {
@@ -139,11 +104,16 @@ CSavedAnswers::CSavedAnswers(const std::string& path)
     trial.cancelWriting();
 }
 
-void CSavedAnswers::PromptEnded(std::uint64_t /*id*/, const SPrompt& prompt, const TPromptAnswer& answer)
+void CSavedAnswers::Take(const SEvent& event)
 {
-    TJson entry = {{"text", prompt.text}, {"answer", AnswerJson(answer)}};
-    m_Entries.push_back(entry.dump(-1, ' ', false, TJson::error_handler_t::replace));
-    Write();
+    if (const auto* const prompt = std::get_if<SPromptEvent>(&event.what))
+    {
+        const TJson text = prompt->prompt.text;
+        std::string entry = "{\"text\":" + text.dump(-1, ' ', false, TJson::error_handler_t::replace) + ",\"answer\":";
+        AppendAnswer(prompt->answer, entry);
+        m_Entries.push_back(entry + '}');
+        Write();
+    }
 }
 
 void CSavedAnswers::Write()

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <HostKit/HostListener.h>
+#include <Events/EventSink.h>
 #include <HostKit/ScriptedUserInput.h>
 
 #include <deque>
@@ -13,12 +13,12 @@ std::deque<SScriptedAnswer> ReadAnswers(const std::string& path);
 
 /// Writes the answers that prompts got, in the form that `ReadAnswers` reads. The file is complete after every prompt
 /// and stays as it was before the first. The constructor throws `ZKRunTimeException` when the file cannot be written.
-class CSavedAnswers : public CHostListener
+class CSavedAnswers : public CEventSink
 {
 public:
     explicit CSavedAnswers(const std::string& path);
 
-    void PromptEnded(std::uint64_t id, const SPrompt& prompt, const TPromptAnswer& answer) override;
+    void Take(const SEvent& event) override;
 
     /// Why the file is not complete; empty when it is.
     const std::string& WriteError() const { return m_WriteError; }

@@ -1,16 +1,11 @@
 #include "Interrupt.h"
 
-#include <HostKit/AppState.h>
-#include <HostKit/TestSuiteLog.h>
-#include <HostKit/UIUpdate.h>
-#include <Orvanta/CallTree.h>
-#include <Orvanta/TestSuiteNode.h>
+#include <Session/Session.h>
 
 #include <array>
 #include <atomic>
 #include <csignal>
 #include <string_view>
-#include <utility>
 
 #include <unistd.h>
 
@@ -19,9 +14,8 @@ namespace
 constexpr int EXIT_GROUP_REQUEST = 2; ///< the one that ends the exit group as well
 constexpr int LAST_REQUEST = 3;
 
-std::atomic<CUIUpdate*> g_Update = nullptr;
-std::atomic<int> g_Requests = 0;
-static_assert(std::atomic<CUIUpdate*>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
+std::atomic<CSession*> g_Session = nullptr;
+static_assert(std::atomic<CSession*>::is_always_lock_free);
 
 /// Tells the operator what a request leads to; safe in a signal handler.
 void Acknowledge(std::string_view text)
@@ -30,9 +24,15 @@ void Acknowledge(std::string_view text)
     static_cast<void>(written);
 }
 
-extern "C" void RequestAbort(int signal)
+extern "C" void RequestStop(int signal)
 {
-    const int request = ++g_Requests;
+    CSession* const session = g_Session.load();
+    if (!session)
+    {
+        return;
+    }
+    session->RequestStop();
+    const int request = session->StopRequests();
     if (request == 1)
     {
         Acknowledge("\norvanta: aborting before the next step; once more to cut the exit group short too\n");
@@ -41,29 +41,11 @@ extern "C" void RequestAbort(int signal)
     {
         Acknowledge("\norvanta: cutting the exit group short; once more to end the process\n");
     }
-    if (request >= LAST_REQUEST)
+    else if (request >= LAST_REQUEST)
     {
         Acknowledge("\n");
         std::signal(signal, SIG_DFL);
         std::raise(signal);
-        return;
-    }
-    if (CUIUpdate* update = g_Update.load())
-    {
-        update->AbortFunction(true);
-    }
-    CCallTree::Cancel(true);
-}
-
-/// Withdraws the abort that so many requests asked for, now that it has come as far as it goes: what still runs may
-/// prompt. A request that arrives meanwhile stands.
-void Settle(int requests)
-{
-    CUIUpdate& update = CUIUpdate::GetUIUpdate();
-    update.AbortFunction(false);
-    if (g_Requests > requests)
-    {
-        update.AbortFunction(true);
     }
 }
 
@@ -74,8 +56,8 @@ struct SSignal
     struct sigaction users;
 };
 
-std::array g_Signals{SSignal{SIGINT, RequestAbort, {}}, SSignal{SIGTERM, RequestAbort, {}},
-                     SSignal{SIGPIPE, SIG_IGN, {}}};
+std::array g_Signals{SSignal{SIGINT, RequestStop, {}}, SSignal{SIGTERM, RequestStop, {}},
+                     SSignal{SIGHUP, RequestStop, {}}, SSignal{SIGPIPE, SIG_IGN, {}}};
 sigset_t g_UsersMask;
 
 /// Sets the run's own handlers where others are in place.
@@ -129,51 +111,22 @@ CUserSignals::~CUserSignals()
     RestoreSignals();
 }
 
-CInterrupt::CInterrupt(CTestSuiteLog& suiteLog, const CTestSuiteNode& root)
-    : m_SuiteLog(suiteLog)
-    , m_Root(root)
+CInterrupt::CInterrupt(CSession& session)
 {
-    QObject::connect(&root, &CTestSuiteNode::UpdateTestSuiteState, &m_Connections,
-                     [this](ERunState) { m_StateChanged = true; });
-    g_Requests = 0;
-    g_Update = &CAppState::Services().UIUpdate;
+    g_Session = &session;
     HandleSignals();
 }
 
 CInterrupt::~CInterrupt()
 {
     RestoreSignals();
-    g_Update = nullptr;
+    g_Session = nullptr;
 }
 
-bool CInterrupt::Happened()
+void CInterrupt::Take(const SEvent& event)
 {
-    return g_Requests > 0;
-}
-
-void CInterrupt::OutputFlushed(bool complete)
-{
-    if (!complete)
+    if (std::holds_alternative<SStateEvent>(event.what))
     {
         HandleSignals();
-    }
-    const int requests = g_Requests;
-    if (requests > 0)
-    {
-        m_SuiteLog.OperatorAborted();
-    }
-    if (complete || std::exchange(m_StateChanged, false) || !CAppState::Services().TestSuiteExecuting)
-    {
-        return;
-    }
-    const int needed = m_Root.Phase() == FG_EXIT ? EXIT_GROUP_REQUEST : 1;
-    if (requests > 0 && requests < needed)
-    {
-        Settle(requests);
-    }
-    if (requests >= needed && m_Raised < needed)
-    {
-        m_Raised = needed;
-        RaiseUserAbort("Interrupted by the operator.");
     }
 }

@@ -2,7 +2,8 @@
 
 #include "Terminal.h"
 
-#include <HostKit/UIUpdate.h>
+#include <HostKit/AppState.h>
+#include <HostKit/StopControl.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -217,7 +218,8 @@ int CLineDialog::WaitForCharacter(wchar_t& character)
 {
     for (;;)
     {
-        if (CUIUpdate::GetUIUpdate().AbortFunction())
+        const SHostServices& services = CAppState::Services();
+        if (services.Stop && services.Stop->IsDue(services.Run.InExitGroup))
         {
             return EndWith(ELineEnd::Interrupted);
         }

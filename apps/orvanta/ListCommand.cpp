@@ -1,16 +1,13 @@
 #include "ListCommand.h"
 
-#include "HostSession.h"
-#include "Progress.h"
-#include "SuiteLoader.h"
+#include "SelectedSuite.h"
+#include "SetupOf.h"
 #include "Terminal.h"
-#include "TerminalListener.h"
+#include "TerminalReport.h"
 
 #include <CoreKit/CatchLadder.h>
 #include <CoreKit/PrintableText.h>
-#include <HostKit/ScriptedUserInput.h>
-#include <Orvanta/DOMDocTestSuite.h>
-#include <Reports/NodeInfo.h>
+#include <Session/Session.h>
 
 #include <nlohmann/json.hpp>
 
@@ -25,7 +22,7 @@ namespace
 constexpr std::size_t LINE_WIDTH = 80;
 
 /// How many columns UTF-8 text takes, near enough for lining up.
-std::size_t Width(const std::string& text)
+std::size_t Columns(const std::string& text)
 {
     return static_cast<std::size_t>(
         std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
@@ -33,108 +30,97 @@ std::size_t Width(const std::string& text)
 
 std::string Padded(const std::string& text, std::size_t width)
 {
-    return text + std::string(width - std::min(width, Width(text)), ' ');
+    return text + std::string(width - std::min(width, Columns(text)), ' ');
 }
 
-TJson JsonOf(const SLoadedSuite& suite, const std::vector<SDescribedNode>& nodes)
+TJson JsonOf(const SProblem& problem)
 {
-    TJson list = TJson::array();
-    for (const auto& [node, info] : nodes)
+    return {{"line", problem.line == 0 ? TJson() : TJson(problem.line)},
+            {"column", problem.line == 0 ? TJson() : TJson(problem.column)},
+            {"severity", problem.severity == ESeverity::Warning ? "warning" : "error"},
+            {"rule", problem.rule},
+            {"message", problem.message}};
+}
+
+TJson JsonOf(const SNodeInfo& node)
+{
+    return {{"path", node.path},         {"element", node.element}, {"name", node.name},
+            {"label", node.label},       {"line", node.line},       {"selectable", node.selectable},
+            {"selected", node.selected}, {"test", node.test},       {"tooltip", node.tooltip}};
+}
+
+TJson JsonOf(const CSuite& suite)
+{
+    TJson problems = TJson::array();
+    for (const SProblem& problem : suite.Problems())
     {
-        list.push_back({{"path", info.path},
-                        {"element", info.element},
-                        {"name", info.name},
-                        {"label", info.label},
-                        {"line", info.line},
-                        {"selectable", node->IsSelectable()},
-                        {"selected", node->Selected()}});
+        problems.push_back(JsonOf(problem));
     }
-    const CDOMDocTestSuite& document = *suite.state->Document();
-    return {{"file", suite.file},
-            {"name", document.LogName().toStdString()},
-            {"library", document.LibFileName().toStdString()},
-            {"nodes", std::move(list)}};
+    TJson nodes = TJson::array();
+    for (const SNodeInfo& node : suite.Nodes())
+    {
+        nodes.push_back(JsonOf(node));
+    }
+    return {{"file", suite.File()}, {"loaded", suite.Loaded()},   {"problems", problems},
+            {"name", suite.Name()}, {"library", suite.Library()}, {"mode", static_cast<std::uint32_t>(suite.Mode())},
+            {"nodes", nodes}};
 }
 
-/// Whether the operator's selection decides if the node runs. It does not below a node without a check mark.
-bool SelectionMatters(const CNode& node)
+void PrintNode(const SNodeInfo& node, std::size_t pathWidth, std::size_t elementWidth)
 {
-    const CNode* parent = node.ParentNode();
-    return node.IsSelectable() && (!parent || SelectionMatters(*parent));
-}
-
-void PrintNode(const SDescribedNode& described, std::size_t pathWidth, std::size_t elementWidth)
-{
-    const auto& [node, info] = described;
-    const char* mark = !SelectionMatters(*node) ? "   " : node->Selected() ? "[x]" : "[ ]";
+    const char* mark = !node.checkable ? "   " : node.selected ? "[x]" : "[ ]";
     std::string line =
-        std::string(mark) + ' ' + Padded(info.path, pathWidth) + ' ' + Padded(info.element, elementWidth);
-    const std::size_t column = Width(line) + 1;
-    for (const std::string& raw : {info.name, info.label.empty() ? "" : '"' + info.label + '"'})
+        std::string(mark) + ' ' + Padded(node.path, pathWidth) + ' ' + Padded(node.element, elementWidth);
+    const std::size_t column = Columns(line) + 1;
+    for (const std::string& raw : {node.name, node.label.empty() ? "" : '"' + node.label + '"'})
     {
         const std::string text = PrintableLine(raw);
-        const bool fits = Width(line) + 1 + Width(text) <= LINE_WIDTH || Width(line) < column;
+        const bool fits = Columns(line) + 1 + Columns(text) <= LINE_WIDTH || Columns(line) < column;
         line += text.empty() ? "" : (fits ? " " : '\n' + std::string(column, ' ')) + text;
     }
     line.erase(line.find_last_not_of(' ') + 1);
     std::printf("%s\n", line.c_str());
 }
 
-void PrintTree(const SLoadedSuite& suite, const std::vector<SDescribedNode>& nodes)
+void PrintTree(const CSuite& suite)
 {
     std::size_t pathWidth = 0;
     std::size_t elementWidth = 0;
-    for (const SDescribedNode& described : nodes)
+    const std::vector<SNodeInfo> nodes = suite.Nodes();
+    for (const SNodeInfo& node : nodes)
     {
-        pathWidth = std::max(pathWidth, described.info.path.size());
-        elementWidth = std::max(elementWidth, described.info.element.size());
+        pathWidth = std::max(pathWidth, node.path.size());
+        elementWidth = std::max(elementWidth, node.element.size());
     }
-    std::printf("%s\n", PrintableLine(suite.file).c_str());
-    for (const SDescribedNode& described : nodes)
+    std::printf("%s\n", PrintableLine(suite.File()).c_str());
+    for (const SNodeInfo& node : nodes)
     {
-        PrintNode(described, pathWidth, elementWidth);
+        PrintNode(node, pathWidth, elementWidth);
     }
+    std::fflush(stdout); // what is wrong with the next suite comes by another stream, and behind this
 }
 
 /// Shows one suite, or adds it to the array.
-EExitCode ListSuite(const SOptions& options, CHostConfiguration& configuration, const std::string& file, TJson& array)
+void ListSuite(const SOptions& options, const CSuite& suite, TJson& array)
 {
-    CProgress progress(false);
-    CTerminalListener errors(stderr, LL_FAILURE, false, progress);
-    CScriptedUserInput nobody;
-    CHostSession session(options, configuration, nobody, file);
-    session.Services.Listeners.Add(errors);
-    const SLoadedSuite suite = LoadSuite(file, options.debug);
-    if (!suite.root)
-    {
-        std::fflush(stdout);
-        PrintProblems(suite);
-        return EExitCode::NotLoaded;
-    }
-    const std::vector<SDescribedNode> nodes = DescribeTree(*suite.root, *suite.state->Document());
-    if (!SelectNodes(suite, nodes, options))
-    {
-        return EExitCode::NothingRan;
-    }
     if (options.json)
     {
-        array.push_back(JsonOf(suite, nodes));
+        array.push_back(JsonOf(suite));
     }
-    else
+    else if (suite.Loaded())
     {
-        PrintTree(suite, nodes);
+        PrintTree(suite);
     }
-    return EExitCode::Passed;
 }
 } // namespace
 
 EExitCode ListSuites(const SOptions& options)
 {
-    std::optional<CHostConfiguration> configuration;
+    std::optional<CSession> session;
     const EExitCode prepared = Guarded(
         [&]
         {
-            configuration.emplace(options);
+            session.emplace(SetupOf(options));
             return EExitCode::Passed;
         },
         [](const ZKException& exception) { return ReportUsage(ECommand::List, exception.what()); });
@@ -142,16 +128,30 @@ EExitCode ListSuites(const SOptions& options)
     {
         return prepared;
     }
-    EExitCode code = EExitCode::Passed;
+    CTerminalReport problems(stdout, stderr, STerminalStyle{.level = LL_ALWAYS});
+    std::vector<SSelectedSuite> suites = LoadAhead(*session, options.suites, options.selections);
+    const bool isUnmatched = ReportUnmatched(suites, options.selections);
+    EExitCode code = isUnmatched ? EExitCode::NothingRan : EExitCode::Passed;
     TJson array = TJson::array();
-    for (const std::string& file : options.suites)
+    for (std::size_t i = 0; i < options.suites.size(); ++i)
     {
-        code = Graver(code, ListSuite(options, *configuration, file, array));
+        const SSelectedSuite selected =
+            suites.empty() ? LoadSelected(*session, options.suites[i], {}) : std::move(suites[i]);
+        const CSuite& suite = *selected.suite;
+        code = suite.Loaded() ? code : EExitCode::NotLoaded;
+        if (!options.json)
+        {
+            problems.Take(
+                {std::chrono::system_clock::now(), SSuiteLoadEvent{suite.File(), suite.Loaded(), suite.Problems()}});
+        }
+        if (!isUnmatched)
+        {
+            ListSuite(options, suite, array);
+        }
     }
     if (options.json)
     {
-        const std::string json = array.dump(2, ' ', false, TJson::error_handler_t::replace);
-        std::printf("%s\n", PrintableJson(json).c_str());
+        std::printf("%s\n", PrintableJson(array.dump(2, ' ', false, TJson::error_handler_t::replace)).c_str());
     }
     return code;
 }

@@ -10,13 +10,6 @@ namespace
 constexpr std::size_t KEPT_EXECUTIONS = 3;
 constexpr std::size_t KEPT_NOT_RUN = 10;
 
-/// What the node is called, and where it is found in the tree and in the file.
-std::string TitleAndPlace(const std::string& title, const SViewedNode& node, const CRunView& view)
-{
-    const std::string line = node.line > 0 ? ':' + std::to_string(node.line) : std::string();
-    return PrintableLine(title + "  " + node.path + "  " + view.File() + line);
-}
-
 const char* ReasonText(ENotRunReason reason)
 {
     switch (reason)
@@ -37,6 +30,12 @@ const char* ReasonText(ENotRunReason reason)
     return "the run was stopped before";
 }
 } // namespace
+
+std::string TitleAndPlace(const std::string& title, const SViewedNode& node, const CRunView& view)
+{
+    const std::string line = node.line > 0 ? ':' + std::to_string(node.line) : std::string();
+    return PrintableLine(title + "  " + node.path + "  " + view.File() + line);
+}
 
 SVerdictLook LookOf(EVerdict verdict)
 {

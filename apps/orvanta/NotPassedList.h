@@ -21,6 +21,9 @@ struct SVerdictLook
 
 SVerdictLook LookOf(EVerdict verdict);
 
+/// What a node is called, and where it is found in the tree and in the file.
+std::string TitleAndPlace(const std::string& title, const SViewedNode& node, const CRunView& view);
+
 /// What of a run did not pass and which tests did not run, to be shown at its end. Of each node the first executions
 /// are kept, and how many there were besides; of each reason not to run, the first tests.
 class CNotPassedList
@@ -30,6 +33,7 @@ public:
     void Add(const SVerdictEvent& verdict, const CRunView& view);
     void Add(const SNotRunEvent& notRun, const CRunView& view);
 
+    bool IsEmpty() const { return m_Nodes.empty(); }
     void ShowNotPassed(CTerminalOutput& output) const;
     void ShowNotRun(CTerminalOutput& output) const;
 

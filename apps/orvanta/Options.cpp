@@ -8,7 +8,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <charconv>
 #include <cstdio>
+#include <cstring>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
@@ -30,19 +34,22 @@ constexpr std::array COMMANDS{
     SCommand{ECommand::None, "help", "orvanta help [COMMAND]", "Explain a command"},
 };
 
+constexpr const char* WAIT_FOR_EVER = "for ever";
 constexpr const char* GENERAL_USAGE = "orvanta COMMAND [options] [SUITE...]";
 
 constexpr const char* EXIT_CODES = R"(Exit codes:
   0  every suite passed or completed
   1  a test failed, a node ended failed, or the run reported a failure
-  2  the operator aborted or cancelled
+  2  aborted: by the operator, a signal or the test library, or because nobody
+     could answer a prompt
   3  an unexpected error ended a run
   4  wrong usage: unknown command or option, unreadable settings or answers
-     file, unwritable output
-  5  nothing ran: the selection matched no node
-  6  a suite was not loaded: unreadable, invalid, not for this product or filter
+     file, unwritable output or lock file
+  5  nothing ran: no pattern matched, or a suite had selected tests and none ran
+  6  a suite was not loaded: unreadable, invalid, not for this product or
+     filter, or its test library cannot be opened
   7  another run holds the execution lock
-Of several suites' codes the first of 3, 2, 7, 6, 5, 1 that occurred counts.)";
+Of several suites' codes the first of 3, 2, 7, 6, 1, 5 that occurred counts.)";
 
 const SCommand* FindCommand(std::string_view name)
 {
@@ -99,9 +106,12 @@ private:
     void AddVerbosity(CLI::App& app);
     static CLI::Option* AddText(CLI::App& app, const char* name, std::optional<std::string>& target, const char* type,
                                 const char* description);
-    static void AddPattern(CLI::App& app, const char* name, const std::string& description);
+    static CLI::Option* AddPattern(CLI::App& app, const char* name, const std::string& description);
+    void ReadSelectFile(const std::string& path);
     void CollectSelections();
     static void AddWhen(CLI::App& app, const char* name, EWhen& target, const char* description);
+    void AddMeta(CLI::App& app);
+    void AddWait(CLI::App& app);
     void ShowHelp();
 
     SOptions& m_Options;
@@ -150,6 +160,9 @@ void CCommandLine::AddSuiteOptions(CLI::App& app)
                "Select nodes by path, label or name: \"/1/0\",\n\"Group/Function\", with * and **; the first starts\n"
                "from nothing selected; repeatable");
     AddPattern(app, "-T,--deselect", "Deselect nodes; in the order given; repeatable");
+    AddPattern(app, "--select-file",
+               "Patterns from a file, one a line, those to deselect\nwith \"-\" in front; repeatable")
+        ->type_name("FILE");
     app.add_flag("--debug", m_Options.debug, "Debug mode: nothing is selected at first");
     AddText(app, "--product", m_Options.product, "LABEL", "Stand in for the product label of the settings");
     AddText(app, "--filter", m_Options.filter, "NAME", "Use this filter of the settings");
@@ -163,10 +176,14 @@ void CCommandLine::AddRunOptions(CLI::App& app)
     CLI::Option* diagnostic =
         app.add_flag_callback("--diagnostic", execution(EXECUTION_DIAGNOSTIC), "Let the nodes list themselves");
     app.add_flag_callback("--validation", execution(EXECUTION_VALIDATION), "Validate the suites")->excludes(diagnostic);
+    app.add_flag("--stop-on-failure", m_Options.stopOnFailure,
+                 "Stop at the first node whose result is false;\nthe exit group runs all the same");
+    AddWait(app);
     AddText(app, "--answers", m_Options.answers, "FILE", "Answer the prompts from a JSON list");
     AddText(app, "--save-answers", m_Options.saveAnswers, "FILE", "Write the answers given, as such a list");
     app.add_flag("--unattended", m_Options.unattended,
                  "Never ask at the terminal; a prompt without an\nanswer aborts the run");
+    AddMeta(app);
     AddText(app, "--record", m_Options.record, "FILE", "Write the run record, as JSON Lines");
     AddText(app, "--log", m_Options.log, "FILE", "Write the complete log, as text");
     AddVerbosity(app);
@@ -197,15 +214,86 @@ CLI::Option* CCommandLine::AddText(CLI::App& app, const char* name, std::optiona
     return app.add_option_function<std::string>(name, store, description)->type_name(type);
 }
 
-void CCommandLine::AddPattern(CLI::App& app, const char* name, const std::string& description)
+CLI::Option* CCommandLine::AddPattern(CLI::App& app, const char* name, const std::string& description)
 {
-    app.add_option(name, description)
+    return app.add_option(name, description)
         ->type_name("PATTERN")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
-/// The two options as one list, in the order in which they stand on the command line.
+void CCommandLine::ReadSelectFile(const std::string& path)
+{
+    std::ifstream file(path);
+    const auto check = [&](bool isGood)
+    {
+        if (!isGood)
+        {
+            throw CLI::ValidationError(path + ": the patterns cannot be read: " + std::strerror(errno));
+        }
+    };
+    check(file.is_open());
+    for (std::string line; std::getline(file, line);)
+    {
+        while (!line.empty() && (line.back() == '\r' || line.back() == ' '))
+        {
+            line.pop_back();
+        }
+        const bool isDeselection = line.starts_with('-');
+        const std::string pattern = line.substr(isDeselection ? 1 : 0);
+        if (!pattern.empty())
+        {
+            m_Options.selections.push_back({!isDeselection, pattern});
+        }
+    }
+    check(!file.bad()); // a folder opens and cannot be read
+}
+
+void CCommandLine::AddMeta(CLI::App& app)
+{
+    const auto add = [this](const std::vector<std::string>& pairs)
+    {
+        for (const std::string& pair : pairs)
+        {
+            const std::size_t end = pair.find('=');
+            const std::string key = pair.substr(0, end);
+            const bool isKnown = std::any_of(m_Options.meta.begin(), m_Options.meta.end(),
+                                             [&key](const auto& entry) { return entry.first == key; });
+            if (end == std::string::npos || key.empty() || isKnown)
+            {
+                throw CLI::ValidationError("--meta '" + pair + "' " +
+                                           (isKnown ? "gives a key for the second time" : "is no KEY=VALUE"));
+            }
+            m_Options.meta.emplace_back(key, pair.substr(end + 1));
+        }
+    };
+    app.add_option_function<std::vector<std::string>>(
+           "--meta", add, "What reports should say of this run, such as a\nserial number; repeatable")
+        ->type_name("KEY=VALUE")
+        ->allow_extra_args(false);
+}
+
+void CCommandLine::AddWait(CLI::App& app)
+{
+    const auto wait = [this](const std::string& text)
+    {
+        constexpr double most = 1e9;
+        double seconds = 0;
+        const char* const last = text.data() + text.size();
+        const auto [end, error] = std::from_chars(text.data(), last, seconds);
+        if (text != WAIT_FOR_EVER && (error != std::errc() || end != last || !(seconds >= 0) || seconds > most))
+        {
+            throw CLI::ValidationError("--wait '" + text + "' is no number of seconds");
+        }
+        m_Options.lockWait = text == WAIT_FOR_EVER
+            ? std::chrono::milliseconds::max()
+            : std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
+    };
+    app.add_option_function<std::string>("--wait", wait,
+                                         "Wait for the execution lock, for ever or, with\n--wait=S, so many seconds");
+}
+
+/// The selection options as one list, in the order in which they stand on the command line.
 void CCommandLine::CollectSelections()
 {
     const CLI::App& command = *m_App.get_subcommands().front();
@@ -216,6 +304,10 @@ void CCommandLine::CollectSelections()
         if (isSelect || option->check_lname("deselect"))
         {
             m_Options.selections.push_back({isSelect, option->results().at(taken[option]++)});
+        }
+        else if (option->check_lname("select-file"))
+        {
+            ReadSelectFile(option->results().at(taken[option]++));
         }
     }
 }
@@ -240,7 +332,11 @@ void CCommandLine::Parse(int argc, const char* const* argv)
     {
         throw CLI::ArgumentMismatch(std::string("unknown command '") + argv[1] + "'");
     }
-    m_App.parse(argc, argv);
+    // Only a number behind "=" belongs to it, so that a suite's name never does.
+    std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    std::replace(arguments.begin(), arguments.end(), std::string("--wait"), std::string("--wait=") + WAIT_FOR_EVER);
+    std::reverse(arguments.begin(), arguments.end()); // as the parser takes them
+    m_App.parse(std::move(arguments));
     if (m_App.get_subcommands().empty())
     {
         throw CLI::ArgumentMismatch("no command given");

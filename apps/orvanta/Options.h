@@ -1,14 +1,16 @@
 #pragma once
 
 #include "ExitCode.h"
-#include "Selection.h"
 
 #include <HostKit/AppState.h>
 #include <HostKit/LogTypes.h>
+#include <Session/Setup.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 enum class ECommand
@@ -36,6 +38,9 @@ struct SOptions
     std::optional<std::string> product;
     std::optional<std::string> filter;
     bool debug = false;
+    bool stopOnFailure = false;
+    std::optional<std::chrono::milliseconds> lockWait; ///< none: not at all
+    std::vector<std::pair<std::string, std::string>> meta;
     std::vector<SSelection> selections;
 
     ETestSuiteExecutionType executionType = EXECUTION_NORMAL;

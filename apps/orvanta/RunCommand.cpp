@@ -2,44 +2,35 @@
 
 #include "Answers.h"
 #include "EarlyExit.h"
-#include "HostSession.h"
 #include "Interrupt.h"
 #include "LineDialog.h"
 #include "OutputNames.h"
-#include "Progress.h"
-#include "RunVerdict.h"
-#include "SuiteLoader.h"
+#include "SelectedSuite.h"
+#include "SetupOf.h"
 #include "Terminal.h"
-#include "TerminalListener.h"
+#include "TerminalReport.h"
 #include "TerminalUserInput.h"
 
 #include <CoreKit/CatchLadder.h>
 #include <HostKit/ScriptedUserInput.h>
-#include <Orvanta/CallTree.h>
-#include <Orvanta/DOMDocTestSuite.h>
-#include <Reports/FailedNodes.h>
-#include <Reports/HostLogFile.h>
-#include <Reports/NodeInfo.h>
-#include <Reports/RunMonitor.h>
-#include <Reports/RunRecord.h>
+#include <Reports/LogFile.h>
+#include <Reports/RecordFile.h>
+#include <Session/Session.h>
 
-#include <chrono>
-#include <deque>
+#include <algorithm>
+#include <memory>
 #include <optional>
 
 namespace
 {
-/// Where a run is shown and what it leaves behind, for all suites of the call. The constructor throws
-/// `ZKRunTimeException` when a file cannot be written.
-struct SOutputs
+/// What the runs of one call leave behind. The constructor throws `ZKRunTimeException` when a file cannot be written.
+struct SFiles
 {
-    explicit SOutputs(const SOptions& options)
-        : progress(InForce(options.progress, stderr))
-        , terminal(stdout, options.logLevel, InForce(options.color, stdout), progress)
+    explicit SFiles(const SOptions& options)
     {
         if (options.record)
         {
-            record.emplace(*options.record);
+            record.emplace(*options.record, "orvanta");
         }
         if (options.log)
         {
@@ -51,309 +42,188 @@ struct SOutputs
         }
     }
 
-    void AddTo(CHostListeners& listeners)
+    void AddTo(CSession& session)
     {
         if (record)
         {
-            listeners.Add(*record);
+            session.Add(*record);
         }
         if (log)
         {
-            listeners.Add(*log);
+            session.Add(*log);
         }
         if (savedAnswers)
         {
-            listeners.Add(*savedAnswers);
+            session.Add(*savedAnswers);
         }
-        listeners.Add(terminal);
     }
 
-    void AddTo(CRunMonitor& monitor)
+    /// What kept a file from being complete, for each that is not.
+    std::vector<std::string> Errors() const
     {
-        if (record)
-        {
-            monitor.Add(*record);
-        }
-        monitor.Add(progress);
+        std::vector<std::string> errors{record ? record->WriteError() : "", log ? log->WriteError() : "",
+                                        savedAnswers ? savedAnswers->WriteError() : ""};
+        std::erase(errors, "");
+        return errors;
     }
 
-    void SuiteLoaded(const SLoadedSuite& suite)
-    {
-        if (!record)
-        {
-            return;
-        }
-        SSuiteLoad load{suite.file, suite.root != nullptr, {}};
-        for (const SProblem& problem : suite.problems)
-        {
-            load.problems.push_back({problem.line, problem.column, problem.severity, problem.message});
-        }
-        record->SuiteLoaded(load);
-    }
-
-    /// A line of the host's own, for people.
-    void Note(const std::string& line)
-    {
-        terminal.Line(line);
-        if (log)
-        {
-            log->Note(line);
-        }
-    }
-
-    CProgress progress;
-    CTerminalListener terminal;
-    std::optional<CRunRecord> record;
-    std::optional<CHostLogFile> log;
+    std::optional<CRecordFile> record;
+    std::optional<CLogFile> log;
     std::optional<CSavedAnswers> savedAnswers;
 };
 
-/// Who answers the prompts of all suites of the call: the list of answers if there is one, else the operator, else
-/// nobody, which aborts the run.
-class CPromptDialogs
+/// One call of `run`: its suites one after the other. The constructor reads everything before it opens anything for
+/// writing, and throws `ZKRunTimeException` for what is wrong with the files that the options name.
+class CRunCommand
 {
 public:
-    CPromptDialogs(std::optional<std::deque<SScriptedAnswer>> answers, bool unattended, CProgress& progress)
-    {
-        if (answers)
-        {
-            m_Input = std::make_unique<CScriptedUserInput>(std::move(*answers));
-        }
-        else if (!unattended && CLineDialog::IsPossible())
-        {
-            m_Input = std::make_unique<CTerminalUserInput>(progress);
-        }
-        else
-        {
-            auto nobody = std::make_unique<CScriptedUserInput>();
-            nobody->WhenExhausted(
-                std::string(unattended ? "the run is unattended (--unattended)" : "there is no terminal") +
-                ", and no list of answers (--answers)");
-            m_Input = std::move(nobody);
-        }
-    }
-
-    CUserInput& Input() { return *m_Input; }
-
-private:
-    std::unique_ptr<CUserInput> m_Input;
-};
-
-/// One suite, from the file to the exit code it stands for. Lives for one run; options and outputs outlive it.
-class CSuiteRun
-{
-public:
-    CSuiteRun(const SOptions& options, CHostConfiguration& configuration, SOutputs& outputs, CUserInput& input,
-              const std::string& suite);
+    explicit CRunCommand(const SOptions& options);
 
     EExitCode Run();
 
 private:
-    void NoteProblems(CHostLogFile& log) const;
-    EExitCode RunLoaded();
-    EExitCode CallTree();
-    EExitCode Unexpected(const char* what);
-    EExitCode Judge(EExitCode ended, bool nothingSelected) const;
-    void RecordStart();
-    void RecordEnd(EExitCode code);
-    void PrintSummary(EExitCode code, std::chrono::steady_clock::duration duration);
-    std::string ResultFor(EExitCode code) const;
+    EExitCode RunSuite(const SSelectedSuite& selected);
+    EExitCode RunLoaded(CSuite& suite);
+    EExitCode CheckRest(EExitCode code);
 
     const SOptions& m_Options;
-    SOutputs& m_Outputs;
-    CHostSession m_Session;
-    CRunVerdict m_Verdict;
-    SLoadedSuite m_Suite;
-    std::optional<CCallTree> m_CallTree;
-    TEST_STATUS m_Status = TS_NONE;
+    std::optional<CScriptedUserInput> m_Answers;
+    const bool m_AsksAtTerminal;
+    CTerminalReport m_Terminal;
+    std::optional<CTerminalUserInput> m_Dialogs;
+    std::optional<CSession> m_Session;
+    std::optional<CInterrupt> m_Interrupt;
+    std::optional<SFiles> m_Files;
 };
 
-CSuiteRun::CSuiteRun(const SOptions& options, CHostConfiguration& configuration, SOutputs& outputs, CUserInput& input,
-                     const std::string& suite)
+STerminalStyle StyleOf(const SOptions& options, bool asksAtTerminal)
+{
+    STerminalStyle style;
+    style.level = options.logLevel;
+    style.color = InForce(options.color, stdout);
+    style.progress = InForce(options.progress, stderr);
+    style.showsDialogs = asksAtTerminal;
+    return style;
+}
+
+CRunCommand::CRunCommand(const SOptions& options)
     : m_Options(options)
-    , m_Outputs(outputs)
-    , m_Session(options, configuration, input, suite)
-    , m_Verdict(m_Session.SuiteLog)
+    , m_AsksAtTerminal(!options.answers && !options.unattended && CLineDialog::IsPossible())
+    , m_Terminal(stdout, stderr, StyleOf(options, m_AsksAtTerminal))
 {
-    m_Session.Services.Listeners.Add(m_Verdict);
-    m_Outputs.AddTo(m_Session.Services.Listeners);
-    m_Suite = LoadSuite(suite, options.debug);
+    SSetup setup = SetupOf(options);
+    if (options.answers)
+    {
+        m_Answers.emplace(ReadAnswers(*options.answers));
+        setup.dialogs = &*m_Answers;
+    }
+    else if (m_AsksAtTerminal)
+    {
+        m_Dialogs.emplace(m_Terminal.Progress());
+        setup.dialogs = &*m_Dialogs;
+    }
+    m_Session.emplace(std::move(setup));
+    for (const SProblem& problem : m_Session->SettingsProblems())
+    {
+        WriteErrorLine(ProblemLine(m_Session->Setup().settings, problem));
+    }
+    CheckOutputNames(options, m_Session->CheckLock());
+    m_Files.emplace(options);
+    // The first of the sinks, so that the others write with the run's own signal handlers.
+    m_Interrupt.emplace(*m_Session);
+    m_Session->Add(*m_Interrupt);
+    m_Files->AddTo(*m_Session);
+    m_Session->Add(m_Terminal);
 }
 
-EExitCode CSuiteRun::Run()
+EExitCode CRunCommand::Run()
 {
-    if (m_Suite.root)
+    std::vector<SSelectedSuite> suites = LoadAhead(*m_Session, m_Options.suites, m_Options.selections);
+    if (ReportUnmatched(suites, m_Options.selections))
     {
-        m_Outputs.SuiteLoaded(m_Suite);
-        return RunLoaded();
+        const bool isWhole = std::all_of(suites.begin(), suites.end(),
+                                         [](const SSelectedSuite& suite) { return suite.suite->Loaded(); });
+        return isWhole ? EExitCode::NothingRan : EExitCode::NotLoaded;
     }
-    // The operator gets the problems in a shorter form than the engine's.
-    m_Session.Services.Listeners.Remove(m_Outputs.terminal);
-    if (m_Suite.state && !m_Suite.state->IsValid())
+    EExitCode code = EExitCode::Passed;
+    for (std::size_t index = 0; index < m_Options.suites.size(); ++index)
     {
-        m_Suite.state->Activate(nullptr);
+        const EExitCode suiteCode =
+            RunSuite(suites.empty() ? LoadSelected(*m_Session, m_Options.suites[index], {}) : std::move(suites[index]));
+        code = Graver(code, suiteCode);
+        const std::size_t left = m_Options.suites.size() - index - 1;
+        if ((suiteCode == EExitCode::Aborted || suiteCode == EExitCode::Unexpected) && left > 0)
+        {
+            ReportError(std::to_string(left) + (left == 1 ? " further suite was" : " further suites were") +
+                        " not run after that");
+            break;
+        }
     }
-    else if (m_Outputs.log)
+    m_Interrupt.reset();
+    if (m_Files->record && m_Options.logLevel >= LL_NORMAL)
     {
-        NoteProblems(*m_Outputs.log);
+        m_Terminal.Line("record: " + *m_Options.record);
     }
-    m_Outputs.SuiteLoaded(m_Suite);
-    std::fflush(stdout);
-    PrintProblems(m_Suite);
-    return EExitCode::NotLoaded;
+    m_Terminal.Finish();
+    return CheckRest(code);
 }
 
-/// The engine's report does not cover a suite that is left out or whose tree cannot be built.
-void CSuiteRun::NoteProblems(CHostLogFile& log) const
+EExitCode CRunCommand::RunSuite(const SSelectedSuite& selected)
 {
-    for (const SProblem& problem : m_Suite.problems)
+    CSuite& suite = *selected.suite;
+    if (!suite.Loaded())
     {
-        const std::string line = problem.line == 0 ? "" : ", line " + std::to_string(problem.line);
-        log.Note(m_Suite.file + line + ": " + problem.message);
+        return EExitCode::NotLoaded;
     }
+    if (IsLeftOut(selected, m_Options.selections))
+    {
+        m_Terminal.Line(suite.File() + ": no pattern matches here; the suite is not run");
+        return EExitCode::Passed;
+    }
+    return RunLoaded(suite);
 }
 
-EExitCode CSuiteRun::RunLoaded()
+EExitCode CRunCommand::RunLoaded(CSuite& suite)
 {
-    const auto begin = std::chrono::steady_clock::now();
-    m_Session.SuiteLog.SetHasTestsToRun(m_Suite.state->HasTestFunction());
-    std::vector<SDescribedNode> nodes = DescribeTree(*m_Suite.root, *m_Suite.state->Document());
-    if (!SelectNodes(m_Suite, nodes, m_Options))
-    {
-        return EExitCode::NothingRan;
-    }
-    CRunMonitor monitor(std::move(nodes));
-    m_Outputs.AddTo(monitor);
-    CFailedNodes failedNodes(m_Suite.file, [this](const std::string& line) { m_Outputs.Note(line); });
-    monitor.Add(failedNodes);
-    const bool nothingSelected =
-        m_Suite.root->SelectableDescendentsCount() > 0 && m_Suite.root->CheckedDescendentsCount() == 0;
-
-    RecordStart();
-    const EExitCode ended = CallTree();
-    m_Outputs.progress.Clear();
-    const EExitCode code = Judge(ended, nothingSelected);
-    RecordEnd(code);
-    PrintSummary(code, std::chrono::steady_clock::now() - begin);
-    return code;
-}
-
-EExitCode CSuiteRun::CallTree()
-{
-    const CEarlyExitGuard guard("a test function ended the process; the last test named above did not return");
-    CInterrupt interrupt(m_Session.SuiteLog, *m_Suite.root);
-    m_Session.Services.Listeners.Add(interrupt);
-    const EExitCode code = Guarded(
+    const CEarlyExitGuard guard(
         [this]
         {
-            m_CallTree.emplace(m_Suite.state.get());
-            m_Status = m_CallTree->CallTree();
-            return m_CallTree->LockAcquired() ? EExitCode::Passed : EExitCode::LockRefused;
-        },
-        [this](const ZKUserAbort&)
-        {
-            m_Status = m_Session.Log.TestStatus(TS_ERROR);
-            return EExitCode::Aborted;
-        },
-        [this](SOutOfMemory) { return Unexpected("out of memory"); },
-        [this](const std::exception& exception) { return Unexpected(exception.what()); },
-        [this](SUnknownFailure) { return Unexpected("an unknown failure"); });
-    m_Session.Services.Listeners.Remove(interrupt);
-    return CInterrupt::Happened() ? Graver(code, EExitCode::Aborted) : code;
-}
-
-EExitCode CSuiteRun::Unexpected(const char* what)
-{
-    m_Status = m_Session.Log.TestStatus(TS_ERROR);
-    m_Outputs.progress.Clear();
-    std::fflush(stdout);
-    ReportError(m_Suite.file + ": an unexpected error ended the run: " + what);
-    return EExitCode::Unexpected;
-}
-
-EExitCode CSuiteRun::Judge(EExitCode ended, bool nothingSelected) const
-{
-    EExitCode code = m_Session.SuiteLog.SuitePassed() ? EExitCode::Passed : EExitCode::Failed;
-    code = Graver(code, nothingSelected ? EExitCode::NothingRan : EExitCode::Passed);
-    code = Graver(code, m_Verdict.Aborted() ? EExitCode::Aborted : EExitCode::Passed);
-    return Graver(code, ended);
-}
-
-void CSuiteRun::RecordStart()
-{
-    if (!m_Outputs.record)
+            m_Terminal.Progress().Erase();
+            return "a test function ended the process: " + m_Terminal.Running();
+        });
+    const SOutcome outcome = m_Session->Run(suite);
+    switch (outcome.outcome)
     {
-        return;
-    }
-    const CDOMDocTestSuite& document = *m_Suite.state->Document();
-    const QString name = document.LogName().isEmpty() ? m_Suite.state->TestName() : document.LogName();
-    m_Outputs.record->RunStarted({.suite = name.toStdString(),
-                                  .file = m_Suite.file,
-                                  .library = document.LibFileName().toStdString(),
-                                  .executionType = m_Session.Services.ExecutionType,
-                                  .mode = m_Session.Services.TestSuiteMode});
-}
-
-void CSuiteRun::RecordEnd(EExitCode code)
-{
-    if (m_Outputs.record)
-    {
-        m_Outputs.record->RunEnded({.status = m_Status,
-                                    .result = m_CallTree ? QString(m_CallTree->ResultText()).toStdString() : "",
-                                    .reportName = m_Session.Services.ReportName,
-                                    .passed = code == EExitCode::Passed,
-                                    .counters = m_Suite.root->Results()});
-    }
-}
-
-std::string CSuiteRun::ResultFor(EExitCode code) const
-{
-    switch (code)
-    {
-    case EExitCode::Unexpected:
-        return "ended by an unexpected error";
-    case EExitCode::Aborted:
-        return "aborted by the operator";
-    case EExitCode::NothingRan:
-        return "nothing ran, since nothing was selected";
-    case EExitCode::LockRefused:
-        return m_CallTree->LockError() == QLockFile::LockFailedError
-            ? "did not run, since another run holds the execution lock"
-            : "did not run, since the execution lock " + GetLockFilePath() + " cannot be written";
+    case EOutcome::Unexpected:
+        ReportError(suite.File() + ": an unexpected error ended the run: " + outcome.reason);
+        break;
+    case EOutcome::LockRefused:
+    case EOutcome::LockUnwritable:
+        ReportError(suite.File() + ": " + outcome.reason);
+        break;
+    case EOutcome::NothingRan:
+        ReportError(suite.File() + ": nothing ran: " + outcome.reason +
+                    (outcome.verdicts.notRun == 0 ? "; choose tests with --select" : ""));
+        break;
     default:
-        return QString(m_CallTree->ResultText()).toStdString();
+        break;
     }
+    return ExitCodeOf(outcome.outcome);
 }
 
-void CSuiteRun::PrintSummary(EExitCode code, std::chrono::steady_clock::duration duration)
+/// An incomplete file and answers left over are no success, but they do not hide a worse result either.
+EExitCode CRunCommand::CheckRest(EExitCode code)
 {
-    const ResultSummary& counters = m_Suite.root->Results();
-    const std::string counts = std::string(FormatText(
-        "%u executed; %u tests: %u passed, %u failed, %u with warnings, %u aborted", counters.ExecCount,
-        counters.RunCount, counters.PassCount, counters.FailCount, counters.WarningCount, counters.AbortCount));
-    const double seconds = std::chrono::duration<double>(duration).count();
-    const std::string time(FormatText("%.3f s", seconds));
-    m_Outputs.terminal.Line(m_Suite.file + ": " + ResultFor(code));
-    m_Outputs.terminal.Line("  " + counts + "; " + time);
-    if (m_Outputs.record)
+    for (const std::string& error : m_Files->Errors())
     {
-        m_Outputs.terminal.Line("  record: " + m_Outputs.record->Path());
+        ReportError(error + " (the file is not complete)");
+        code = Graver(code, EExitCode::Usage);
     }
-}
-
-/// An incomplete file is no success, but it does not hide a worse result either.
-EExitCode CheckFiles(const SOutputs& outputs, EExitCode code)
-{
-    const std::string record = outputs.record ? outputs.record->WriteError() : "";
-    const std::string log = outputs.log ? outputs.log->WriteError() : "";
-    const std::string answers = outputs.savedAnswers ? outputs.savedAnswers->WriteError() : "";
-    for (const std::string& error : {record, log, answers})
+    if (m_Answers && m_Answers->Left() > 0 && code != EExitCode::Aborted && code != EExitCode::Unexpected)
     {
-        if (!error.empty())
-        {
-            ReportError(error + " (the file is not complete)");
-            code = code == EExitCode::Passed ? EExitCode::Usage : code;
-        }
+        ReportError(*m_Options.answers + ": " + std::to_string(m_Answers->Left()) +
+                    " of the answers were left over: no prompt asked for them");
+        code = Graver(code, EExitCode::Usage);
     }
     return code;
 }
@@ -362,42 +232,13 @@ EExitCode CheckFiles(const SOutputs& outputs, EExitCode code)
 EExitCode RunSuites(const SOptions& options)
 {
     const CUserSignals signals;
-    std::optional<CHostConfiguration> configuration;
-    std::optional<SOutputs> outputs;
-    std::optional<CPromptDialogs> dialogs;
+    std::optional<CRunCommand> command;
     const EExitCode prepared = Guarded(
         [&]
         {
-            configuration.emplace(options);
-            CheckOutputNames(options, configuration->LockFile());
-            // Read before anything is written: they may be saved in the file they are read from.
-            std::optional<std::deque<SScriptedAnswer>> answers;
-            if (options.answers)
-            {
-                answers = ReadAnswers(*options.answers);
-            }
-            outputs.emplace(options);
-            dialogs.emplace(std::move(answers), options.unattended, outputs->progress);
+            command.emplace(options);
             return EExitCode::Passed;
         },
         [](const ZKException& exception) { return ReportUsage(ECommand::Run, exception.what()); });
-    if (prepared != EExitCode::Passed)
-    {
-        return prepared;
-    }
-    EExitCode code = EExitCode::Passed;
-    bool aborted = false;
-    for (std::size_t index = 0; index < options.suites.size() && !aborted; ++index)
-    {
-        const std::string& suite = options.suites[index];
-        const EExitCode suiteCode = CSuiteRun(options, *configuration, *outputs, dialogs->Input(), suite).Run();
-        code = Graver(code, suiteCode);
-        aborted = suiteCode == EExitCode::Aborted;
-        const std::size_t left = options.suites.size() - index - 1;
-        if (aborted && left > 0)
-        {
-            ReportError("aborted; " + std::to_string(left) + " of the suites named were not run");
-        }
-    }
-    return CheckFiles(*outputs, code);
+    return prepared == EExitCode::Passed ? command->Run() : prepared;
 }

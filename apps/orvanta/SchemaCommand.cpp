@@ -2,16 +2,15 @@
 
 #include "Terminal.h"
 
-#include <HostKit/DOMParser.h>
-#include <Orvanta/DOMDocTestSuite.h>
+#include <Session/Session.h>
 
 #include <cstdio>
 
 EExitCode PrintSchema()
 {
-    const QByteArray schema = CDOMParser::SchemaText(CDOMDocTestSuite::GetSchemaName());
-    const auto size = static_cast<std::size_t>(schema.size());
-    if (size == 0 || std::fwrite(schema.constData(), 1, size, stdout) != size || std::fflush(stdout) != 0)
+    const std::string schema = CSession::SuiteSchema();
+    if (schema.empty() || std::fwrite(schema.data(), 1, schema.size(), stdout) != schema.size() ||
+        std::fflush(stdout) != 0)
     {
         ReportError("cannot print the schema");
         return EExitCode::Unexpected;

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <utility>
 
 namespace
 {
@@ -34,8 +35,7 @@ std::string CountsText(const SVerdictCounts& counts, std::chrono::milliseconds d
     const std::uint64_t tests = counts.passed + counts.failed + counts.errors + counts.aborted;
     return Counted(tests, "test", "tests") + ": " + std::to_string(counts.passed) + " passed, " +
         std::to_string(counts.failed) + " failed, " + Counted(counts.errors, "error", "errors") + ", " +
-        std::to_string(counts.aborted) + " aborted, " + std::to_string(counts.notRun) + " not run" +
-        (counts.warned > 0 ? ", " + std::to_string(counts.warned) + " with warnings" : "") + "; " +
+        std::to_string(counts.aborted) + " aborted, " + std::to_string(counts.notRun) + " not run" + "; " +
         std::string(FormatText("%.1f s", std::chrono::duration<double>(duration).count()));
 }
 
@@ -49,12 +49,12 @@ void Add(SVerdictCounts& sum, const SVerdictCounts& counts)
     sum.warned += counts.warned;
 }
 
-/// One word for how a run came out; never a good one for a run that did not pass.
-std::string ResultWord(const SRunEndEvent& end)
+/// How a run came out, in a word or few; never a good one for a run that did not pass.
+std::string ResultWord(const SRunEndEvent& end, bool isRefused)
 {
     if (end.result.empty())
     {
-        return "did not run";
+        return isRefused ? "did not run" : "ended by an unexpected error";
     }
     const bool isGood = end.result == "Passed" || end.result == "Completed";
     return isGood && !end.passed ? "Not passed" : PrintableLine(end.result);
@@ -120,8 +120,11 @@ void CTerminalReport::Take(const SEvent& event)
     if (std::holds_alternative<SRunStartEvent>(event.what))
     {
         m_NotPassed = CNotPassedList();
+        m_Refused = false;
+        m_FirstBad.clear();
         m_Shares.clear();
         m_Shortened.clear();
+        m_InRun = true;
     }
     m_View.Take(event);
     m_Progress.Take(event);
@@ -152,9 +155,13 @@ void CTerminalReport::On(const SSuiteLoadEvent& load)
     ++m_Suites;
     if (load.loaded)
     {
+        for (const SLogEvent& entry : std::exchange(m_LoadErrors, {}))
+        {
+            Show(entry);
+        }
         return;
     }
-    ++m_NotLoaded;
+    m_LoadErrors.clear(); // the problems say as much, and where
     m_Output.EndLine();
     m_Progress.Erase();
     const std::size_t shown = std::min(load.problems.size(), SHOWN_PROBLEMS);
@@ -172,6 +179,7 @@ void CTerminalReport::On(const SSuiteLoadEvent& load)
 
 void CTerminalReport::On(const SLockEvent& lock)
 {
+    m_Refused = lock.state == ELockState::Refused;
     const char* const state = lock.state == ELockState::Waiting ? "waiting for the execution lock " : "execution lock ";
     Line(state + lock.file + ": held by " + HolderText(lock));
 }
@@ -194,19 +202,34 @@ void CTerminalReport::On(const SNotRunEvent& notRun)
 void CTerminalReport::On(const SRunEndEvent& end)
 {
     m_NotPassed.ShowNotPassed(m_Output);
+    if (!end.passed && m_NotPassed.IsEmpty() && !m_FirstBad.empty())
+    {
+        // An error outside of every test, such as in a condition.
+        m_Output.Line("Not passed: " + MovedIn(PrintableText(m_FirstBad), FURTHER_INDENT),
+                      LookOf(EVerdict::Error).format);
+    }
     if (!IsQuiet())
     {
         m_NotPassed.ShowNotRun(m_Output);
     }
-    Line(m_View.File() + ": " + ResultWord(end) + ": " + CountsText(end.verdicts, end.duration));
+    const std::string warned =
+        end.verdicts.warned > 0 ? ", " + std::to_string(end.verdicts.warned) + " with warnings" : std::string();
+    Line(m_View.File() + ": " + ResultWord(end, m_Refused) + ": " + CountsText(end.verdicts, end.duration) + warned);
     Add(m_Counts, end.verdicts);
     m_Duration += end.duration;
+    m_InRun = false;
 }
 
 void CTerminalReport::Finish()
 {
-    const std::string notLoaded = m_NotLoaded > 0 ? " (" + std::to_string(m_NotLoaded) + " not loaded)" : "";
-    Line(Counted(m_Suites, "suite", "suites") + notLoaded + ": " + CountsText(m_Counts, m_Duration));
+    // Programs read this line: its form does not change.
+    Line(Counted(m_Suites, "suite", "suites") + ": " + CountsText(m_Counts, m_Duration));
+}
+
+std::string CTerminalReport::Running() const
+{
+    const SViewedNode* const node = m_View.Innermost();
+    return node ? TitleAndPlace(m_View.TitleInPasses(*node), *node, m_View) : m_View.File();
 }
 
 void CTerminalReport::Line(std::string_view text)
@@ -314,6 +337,20 @@ CTerminalReport::EEntryKind CTerminalReport::KindOf(const SLogEvent& entry, cons
 }
 
 void CTerminalReport::On(const SLogEvent& entry)
+{
+    if (!m_InRun && (entry.status & TS_ERROR) != 0)
+    {
+        m_LoadErrors.push_back(entry);
+        return;
+    }
+    if (entry.status != TS_NONE && m_FirstBad.empty())
+    {
+        m_FirstBad = entry.text;
+    }
+    Show(entry);
+}
+
+void CTerminalReport::Show(const SLogEvent& entry)
 {
     static constexpr std::array<std::string_view, EK_COUNT> WORDS_IN_FRONT{"", "warning: ", "failure: ", "error: "};
     const CFormatInfo format = FormatOf(entry);

@@ -41,6 +41,9 @@ public:
     /// The last line, over all suites.
     void Finish();
 
+    /// What executes now: its title, its path and its place in the file.
+    std::string Running() const;
+
     /// Erased by whoever else writes to the terminal.
     CProgressLine& Progress() { return m_Progress; }
 
@@ -71,6 +74,7 @@ private:
 
     void On(const SSuiteLoadEvent& load);
     void On(const SLogEvent& entry);
+    void Show(const SLogEvent& entry);
     void On(const SPrintEvent& print);
     void On(const SStateEvent& state);
     void On(const SSkipEvent& skip);
@@ -100,10 +104,14 @@ private:
     std::unordered_map<const SViewedNode*, SShare> m_Shares; ///< of this run
     std::vector<const SViewedNode*> m_Shortened;             ///< in the loop that runs
     EEntryKind m_LastKind = EK_PLAIN;                        ///< of the entry that was shown last
+    std::string m_FirstBad;                                  ///< entry of this run with a status
+    bool m_Refused = false;                                  ///< by the execution lock
     bool m_Asked = false;                                    ///< the innermost node, when it is a prompt
 
+    std::vector<SLogEvent> m_LoadErrors; ///< shown once the suite proves to be loaded
+    bool m_InRun = false;
+
     std::uint64_t m_Suites = 0;
-    std::uint64_t m_NotLoaded = 0;
     SVerdictCounts m_Counts; ///< of all suites
     std::chrono::milliseconds m_Duration{};
 };

@@ -6,7 +6,9 @@
 
 #include <CoreKit/Format.h>
 #include <CoreKit/PrintableText.h>
-#include <HostKit/UIUpdate.h>
+#include <HostKit/AppState.h>
+#include <HostKit/RunFacts.h>
+#include <HostKit/StopControl.h>
 
 #include <charconv>
 #include <functional>
@@ -119,7 +121,7 @@ SChoices ChoicesOf(const SPrompt& prompt)
 }
 } // namespace
 
-CTerminalUserInput::CTerminalUserInput(CProgress& progress)
+CTerminalUserInput::CTerminalUserInput(CProgressLine& progress)
     : m_Progress(progress)
 {
 }
@@ -148,10 +150,13 @@ TPromptAnswer CTerminalUserInput::Ask(const SPrompt& prompt)
         case ELineEnd::Closed:
             return EPromptEnd::Cancel;
         case ELineEnd::Interrupted:
-            RaiseUserAbort(FormatText("Interrupted at the prompt \"%s\".", prompt.text.c_str()));
+            CAppState::Services().Stop->RaiseIfDue(CAppState::Services().Run.InExitGroup,
+                                                   "Interrupted at the prompt \"" + prompt.text + "\".");
+            return EPromptEnd::Abort;
         case ELineEnd::Lost:
             RaiseUserAbort(
-                FormatText("The prompt \"%s\" cannot be answered: the terminal is gone.", prompt.text.c_str()));
+                FormatText("The prompt \"%s\" cannot be answered: the terminal is gone.", prompt.text.c_str()),
+                EAbortCause::Unanswered);
         case ELineEnd::Typed:
             break;
         }
@@ -159,7 +164,7 @@ TPromptAnswer CTerminalUserInput::Ask(const SPrompt& prompt)
         {
             return EPromptEnd::Abort;
         }
-        const STaken taken = choices.take(line);
+        STaken taken = choices.take(line);
         if (taken.answer)
         {
             return *taken.answer;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Progress.h"
+#include "ProgressLine.h"
 
 #include <HostKit/UserInput.h>
 
@@ -14,13 +14,13 @@ class CLineDialog;
 class CTerminalUserInput : public CUserInput
 {
 public:
-    explicit CTerminalUserInput(CProgress& progress);
+    explicit CTerminalUserInput(CProgressLine& progress);
     ~CTerminalUserInput() override;
 
 protected:
     TPromptAnswer Ask(const SPrompt& prompt) override;
 
 private:
-    CProgress& m_Progress;
+    CProgressLine& m_Progress;
     std::unique_ptr<CLineDialog> m_Dialog; ///< null before the first prompt
 };

@@ -20,7 +20,7 @@ namespace
 {
 EExitCode Execute(const SOptions& options)
 {
-    const CEarlyExitGuard guard("a test library ended the process while it was being loaded");
+    const CEarlyExitGuard guard([] { return "a test library ended the process while it was being loaded"; });
     switch (options.command)
     {
     case ECommand::Run:

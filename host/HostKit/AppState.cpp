@@ -73,7 +73,7 @@ ZKCustomConfiguration* CAppState::CustomConfiguration()
 
 int CAppState::CurrentFilter()
 {
-    return Services().CurrentFilter;
+    return Services().Settings.CurrentFilter;
 }
 
 CDOMParser* CAppState::Orvanta()
@@ -88,57 +88,57 @@ void CAppState::Orvanta(std::shared_ptr<CDOMParser> parser)
 
 ETestSuiteExecutionType CAppState::ExecutionType()
 {
-    return Services().ExecutionType;
+    return Services().Settings.ExecutionType;
 }
 
 ETestSuiteMode CAppState::TestSuiteMode()
 {
-    return Services().TestSuiteMode;
+    return Services().Settings.TestSuiteMode;
 }
 
 ELogLevel CAppState::ZKLogVerbosityLevel()
 {
-    return Services().LogVerbosity;
+    return Services().Settings.LogVerbosity;
 }
 
 void CAppState::FunctionIsExecuting(bool executing)
 {
-    Services().FunctionIsExecuting = executing;
+    Services().Run.FunctionIsExecuting = executing;
 }
 
 void CAppState::TestSuiteExecuting(bool executing)
 {
-    Services().TestSuiteExecuting = executing;
+    Services().Run.TestSuiteExecuting = executing;
 }
 
 CSuiteRuntimeState* CAppState::SuiteRuntimeState()
 {
-    return Services().RuntimeState;
+    return Services().Run.RuntimeState;
 }
 
 void CAppState::SuiteRuntimeState(CSuiteRuntimeState* state)
 {
-    Services().RuntimeState = state;
+    Services().Run.RuntimeState = state;
 }
 
 bool CAppState::HelperCreated()
 {
-    return Services().Helper != nullptr;
+    return Services().Run.Helper != nullptr;
 }
 
 void CAppState::RemoveHelper()
 {
-    Services().Helper.reset();
+    Services().Run.Helper.reset();
 }
 
 void CAppState::ReportNamePart(std::string_view name)
 {
-    Services().ReportName = name;
+    Services().Run.ReportName = name;
 }
 
 void CAppState::AppendReportNamePart(std::string_view part)
 {
-    Services().ReportName += part;
+    Services().Run.ReportName += part;
 }
 
 CQtSignaler& CAppState::QtSignaler()
@@ -149,7 +149,7 @@ CQtSignaler& CAppState::QtSignaler()
 
 const std::vector<std::string>& CAppState::LibraryPath()
 {
-    return Services().LibraryPath;
+    return Services().Settings.LibraryPath;
 }
 
 CScopedServices::CScopedServices(SHostServices& services)

@@ -7,6 +7,7 @@
 #include <HostKit/QtSignaler.h>
 #include <HostKit/UIUpdate.h>
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -14,6 +15,7 @@
 
 class CAppSettings;
 class CDocumentSource;
+class CStopControl;
 class CTestLog;
 class CTestSuiteLog;
 class CUserInput;
@@ -48,6 +50,29 @@ public:
     virtual ~CHelper();
 };
 
+/// How the host wants suites to be run.
+struct SHostSettings
+{
+    int CurrentFilter = -1;
+    ETestSuiteExecutionType ExecutionType = EXECUTION_NORMAL;
+    ETestSuiteMode TestSuiteMode = MODE_NORMAL;
+    ELogLevel LogVerbosity = LL_WARNING;
+    std::vector<std::string> LibraryPath; ///< folders in which test libraries are looked for, in order
+};
+
+/// How far the run under way, or the last one, has come.
+struct SRunState
+{
+    std::string ReportName;
+    CSuiteRuntimeState* RuntimeState = nullptr;
+    std::unique_ptr<CHelper> Helper;
+    std::atomic<bool> FunctionIsExecuting = false;
+    std::atomic<bool> TestSuiteExecuting = false;
+    bool ClosingHeadline = false; ///< set through `CClosingHeadline`
+    bool InExitGroup = false;
+    bool Aborted = false; ///< an abort was reported since the suite began to execute
+};
+
 /// One set of host services. What is a pointer belongs to the host and outlives the set's installation; a null where a
 /// service is needed throws `ZKRunTimeException` that names it.
 struct HOSTKIT_EXPORT SHostServices
@@ -64,22 +89,13 @@ struct HOSTKIT_EXPORT SHostServices
     ZKCustomConfiguration* CustomConfiguration = nullptr; ///< may stay null: no filters
     CHostListeners Listeners;
     CUIUpdate UIUpdate;
+    CStopControl* Stop = nullptr;      ///< may stay null: nothing but aborts stops a run
     CQtSignaler* QtSignaler = nullptr; ///< null: one of the set's own
     std::shared_ptr<CDOMParser> Parser;
     std::shared_ptr<const CDocumentSource> Document; ///< a file read already, for documents of that path; may be null
 
-    int CurrentFilter = -1;
-    ETestSuiteExecutionType ExecutionType = EXECUTION_NORMAL;
-    ETestSuiteMode TestSuiteMode = MODE_NORMAL;
-    ELogLevel LogVerbosity = LL_WARNING;
-    std::vector<std::string> LibraryPath; ///< folders in which test libraries are looked for, in order
-
-    std::string ReportName;
-    CSuiteRuntimeState* RuntimeState = nullptr;
-    std::unique_ptr<CHelper> Helper;
-    bool FunctionIsExecuting = false;
-    bool TestSuiteExecuting = false;
-    bool ClosingHeadline = false; ///< set through `CClosingHeadline`
+    SHostSettings Settings;
+    SRunState Run;
 
     CQtSignaler OwnSignaler;
 };

@@ -2,6 +2,12 @@
 
 #include <algorithm>
 
+bool IsWarning(const SLogEntry& entry)
+{
+    return entry.type.status == TS_NONE && entry.level == LL_WARNING && entry.format &&
+        *entry.format == DefaultWarningFormat();
+}
+
 CHostListener::~CHostListener() = default;
 
 void CHostListener::LogWritten(const SLogEntry& /*entry*/) {}
@@ -18,7 +24,30 @@ void CHostListener::PromptOpened(std::uint64_t /*id*/, const SPrompt& /*prompt*/
 
 void CHostListener::PromptEnded(std::uint64_t /*id*/, const SPrompt& /*prompt*/, const TPromptAnswer& /*answer*/) {}
 
-void CHostListener::OperatorAborted(std::string_view /*text*/) {}
+void CHostListener::Aborted(EAbortCause /*cause*/, std::string_view /*text*/) {}
+
+void CHostListener::NodeStateChanged(TNodeId /*node*/, ERunState /*state*/) {}
+
+void CHostListener::NodeLeftByException(TNodeId /*node*/, std::string_view /*what*/) {}
+
+void CHostListener::NodeLeftByAbort(TNodeId /*node*/, std::string_view /*text*/) {}
+
+void CHostListener::NodeSkipped(TNodeId /*node*/) {}
+
+void CHostListener::FailureCaught(TNodeId /*node*/, std::string_view /*what*/) {}
+
+void CHostListener::PassBegan(TNodeId /*node*/, std::uint64_t /*number*/, std::uint64_t /*iterator*/,
+                              std::string_view /*variable*/)
+{
+}
+
+void CHostListener::CallLeftOut(TNodeId /*node*/) {}
+
+void CHostListener::LibraryNotOpened() {}
+
+void CHostListener::LockAwaited() {}
+
+void CHostListener::HandOver() {}
 
 void CHostListeners::Add(CHostListener& listener)
 {

@@ -3,6 +3,7 @@
 #include <HostKit/FormatInfo.h>
 #include <HostKit/HostKitExport.h>
 #include <HostKit/LogTypes.h>
+#include <HostKit/RunFacts.h>
 
 #include <CoreKit/Prompt.h>
 
@@ -22,6 +23,9 @@ struct SLogEntry
     std::string_view text;
 };
 
+/// Whether an entry is a warning: one of the level and the look of warnings, without a status.
+HOSTKIT_EXPORT bool IsWarning(const SLogEntry& entry);
+
 /// Receives what passes through the host services, on the thread that runs the suite: terminal, run record, tests.
 /// Every operation does nothing unless overridden. Not owned by the services; remove it before it dies.
 class HOSTKIT_EXPORT CHostListener
@@ -40,8 +44,22 @@ public:
     /// The prompt with that number has ended: answered, timed out, closed or aborted. After an abort, called before it
     /// leaves the dialog.
     virtual void PromptEnded(std::uint64_t id, const SPrompt& prompt, const TPromptAnswer& answer);
-    /// The operator aborted; called before `ZKUserAbort` is thrown.
-    virtual void OperatorAborted(std::string_view text);
+    /// The run is being stopped; called before `ZKUserAbort` is thrown.
+    virtual void Aborted(EAbortCause cause, std::string_view text);
+
+    // What the engine reports of a run, see RunFacts.h.
+    virtual void NodeStateChanged(TNodeId node, ERunState state);
+    virtual void NodeLeftByException(TNodeId node, std::string_view what);
+    virtual void NodeLeftByAbort(TNodeId node, std::string_view text);
+    virtual void NodeSkipped(TNodeId node);
+    virtual void FailureCaught(TNodeId node, std::string_view what);
+    virtual void PassBegan(TNodeId node, std::uint64_t number, std::uint64_t iterator, std::string_view variable);
+    virtual void CallLeftOut(TNodeId node);
+    virtual void LibraryNotOpened();
+    virtual void LockAwaited();
+
+    /// Whatever the listener has gathered has to reach the system now.
+    virtual void HandOver();
 };
 
 /// The listeners of one set of services, told in the order in which they were added.

@@ -1,3 +1,4 @@
+#include <HostKit/RunFacts.h>
 #include <HostKit/ScriptedUserInput.h>
 #include <HostKit/UIUpdate.h>
 
@@ -16,7 +17,8 @@ TPromptAnswer CScriptedUserInput::Ask(const SPrompt& prompt)
     if (m_Answers.empty() && !m_WhenExhausted.empty())
     {
         RaiseUserAbort(
-            FormatText("The prompt \"%s\" cannot be answered: %s.", prompt.text.c_str(), m_WhenExhausted.c_str()));
+            FormatText("The prompt \"%s\" cannot be answered: %s.", prompt.text.c_str(), m_WhenExhausted.c_str()),
+            EAbortCause::Unanswered);
     }
     if (m_Answers.empty())
     {
@@ -37,5 +39,6 @@ TPromptAnswer CScriptedUserInput::Ask(const SPrompt& prompt)
 
 void CScriptedUserInput::Refuse(const SPrompt& prompt, const char* reason) const
 {
-    RaiseUserAbort(FormatText("Answer %zu to the prompt \"%s\": %s.", m_Taken, prompt.text.c_str(), reason));
+    RaiseUserAbort(FormatText("Answer %zu to the prompt \"%s\": %s.", m_Taken, prompt.text.c_str(), reason),
+                   EAbortCause::Unanswered);
 }

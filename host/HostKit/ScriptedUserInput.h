@@ -33,6 +33,8 @@ class HOSTKIT_EXPORT CScriptedUserInput : public CUserInput
 public:
     explicit CScriptedUserInput(std::deque<SScriptedAnswer> answers = {});
 
+    /// How many entries no prompt has asked for yet.
+    std::size_t Left() const { return m_Answers.size(); }
     /// What an abort says when the list is exhausted, instead of naming the missing entry.
     void WhenExhausted(const std::string& reason) { m_WhenExhausted = reason; }
 

@@ -1,5 +1,6 @@
 #include <HostKit/AppState.h>
 #include <HostKit/Logger.h>
+#include <HostKit/RunFacts.h>
 #include <HostKit/TestSuiteLog.h>
 
 #include <CoreKit/ArgumentsEnd.h>
@@ -24,6 +25,7 @@ void zk_log(std::uint32_t level, const char* format, ...)
     const CArgumentsEnd end(arguments);
     const auto known = static_cast<ELogLevel>(std::min<std::uint32_t>(level, LL_DETAIL));
     WriteLog(TS_NONE, known, ZKLogger::GetDefaultFormat(TS_NONE), FormatOrEmpty(format, arguments));
+    HandOver();
 }
 
 void zk_warning(const char* format, ...)
@@ -36,6 +38,7 @@ void zk_warning(const char* format, ...)
     {
         log->CountWarning();
     }
+    HandOver();
 }
 
 void zk_failure(const char* format, ...)
@@ -44,6 +47,7 @@ void zk_failure(const char* format, ...)
     va_start(arguments, format);
     const CArgumentsEnd end(arguments);
     LogDefault(TS_FAILED, "%s", FormatOrEmpty(format, arguments).c_str());
+    HandOver();
 }
 
 void zk_error(const char* format, ...)
@@ -52,9 +56,10 @@ void zk_error(const char* format, ...)
     va_start(arguments, format);
     const CArgumentsEnd end(arguments);
     LogDefault(TS_ERROR, "%s", FormatOrEmpty(format, arguments).c_str());
+    HandOver();
 }
 
 void zk_abort(const char* text)
 {
-    RaiseUserAbort(CSafeString(text));
+    RaiseUserAbort(CSafeString(text), EAbortCause::Library);
 }

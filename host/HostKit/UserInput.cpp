@@ -1,4 +1,5 @@
 #include <HostKit/AppState.h>
+#include <HostKit/RunFacts.h>
 #include <HostKit/UserInput.h>
 
 #include <CoreKit/CatchLadder.h>
@@ -30,7 +31,7 @@ EUIReturnCode CUserInput::ShowInfo(EUIMode /*mode*/, std::uint32_t timeout, std:
                                    std::string_view /*help*/)
 {
     const SHostServices& services = CAppState::Services();
-    if (services.ClosingHeadline)
+    if (services.Run.ClosingHeadline)
     {
         services.Listeners.ForEach([&](CHostListener& listener) { listener.HeadlineShown(text, emphasis); });
         return Conclude(EPromptEnd::Ok);
@@ -109,6 +110,7 @@ EUIReturnCode CUserInput::Prompt(const SPrompt& prompt, const Store& store)
     m_Concluded = m_ReturnedResult = m_TimedOut = false;
     const std::uint64_t id = ++m_PromptCount;
     CAppState::Services().Listeners.ForEach([&](CHostListener& listener) { listener.PromptOpened(id, prompt); });
+    HandOver();
     const auto tellEnded = [&](EPromptEnd end) -> TPromptAnswer
     {
         TellEnded(id, prompt, end);
@@ -152,10 +154,10 @@ EUIReturnCode CUserInput::Conclude(const TPromptAnswer& answer)
 
 CClosingHeadline::CClosingHeadline()
 {
-    CAppState::Services().ClosingHeadline = true;
+    CAppState::Services().Run.ClosingHeadline = true;
 }
 
 CClosingHeadline::~CClosingHeadline()
 {
-    CAppState::Services().ClosingHeadline = false;
+    CAppState::Services().Run.ClosingHeadline = false;
 }

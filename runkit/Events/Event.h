@@ -2,6 +2,7 @@
 
 #include <Events/Problem.h>
 
+#include <CoreKit/AbortCause.h>
 #include <CoreKit/Prompt.h>
 
 #include <array>
@@ -173,15 +174,6 @@ struct SPromptEvent
     SPrompt prompt;
     TPromptAnswer answer;
     std::uint64_t id = 0; ///< that of its `SPromptOpenEvent`
-};
-
-enum class EAbortCause
-{
-    Operator,
-    Library,    ///< test code asked for it
-    Unanswered, ///< nobody could answer a prompt
-    Limit,      ///< a time limit
-    Crash,
 };
 
 /// The run is being stopped.

@@ -93,6 +93,7 @@ ZK_TEST(ExhaustsMemory) { throw std::bad_alloc(); }
 ZK_TEST(Aborts) { zk_abort("the operator went home"); }
 ZK_TEST(Interrupts) { return std::raise(SIGINT) == 0; }
 ZK_TEST(Terminates) { return std::raise(SIGTERM) == 0; }
+ZK_TEST(HangsUp) { return std::raise(SIGHUP) == 0; }
 ZK_TEST(TakesSignals) { return TakeSignals(); }
 ZK_TEST(ChangesFolder) { return chdir("/") == 0; }
 ZK_TEST(SpeaksGerman) { return std::setlocale(LC_ALL, "de_DE.UTF-8") && *std::localeconv()->decimal_point == ','; }

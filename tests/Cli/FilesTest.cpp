@@ -3,6 +3,7 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
+#include <QSysInfo>
 #include <QThread>
 
 #include <algorithm>
@@ -15,7 +16,35 @@
 
 namespace
 {
-using CFilesTest = CCliTest;
+class CFilesTest : public CCliTest
+{
+protected:
+    /// What a record says of the execution lock: its state and the process that holds it, each on a line.
+    std::string Locks(const std::string& record) const
+    {
+        std::string locks;
+        for (const TJson& event : Record(record))
+        {
+            locks += event.at("event") != "lock"
+                ? ""
+                : event.at("state").get<std::string>() + ' ' + event.at("process").dump() + '\n';
+        }
+        return locks;
+    }
+
+    /// A run of "passing.xml" that waits for the execution lock.
+    std::unique_ptr<QProcess> StartWaiting(const std::string& record) const
+    {
+        auto run = Start(ORVANTA_PROGRAM, Words(RUN + "--wait passing.xml --record " + record));
+        const QDeadlineTimer deadline(10000);
+        while (!Contains(Read(record), "\"waiting\"") && !deadline.hasExpired())
+        {
+            QThread::msleep(10);
+        }
+        EXPECT_FALSE(deadline.hasExpired()) << "the run does not wait";
+        return run;
+    }
+};
 
 const std::string TIME = "\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z";
 
@@ -27,7 +56,8 @@ std::string Digest(const TJson& event)
     {
         return "";
     }
-    for (const char* key : {"suite", "library", "path", "element", "state", "result", "passed", "tests", "text"})
+    for (const char* key :
+         {"suite", "library", "path", "element", "state", "verdict", "reason", "result", "passed", "tests", "text"})
     {
         digest += event.contains(key) ? ' ' + event.at(key).dump() : "";
     }
@@ -48,7 +78,7 @@ std::string Keys(const TJson& event)
 
 TEST_F(CFilesTest, TheRecordTellsARunInOrderAndEveryEventHasItsKeys)
 {
-    ASSERT_EQ(Run("--record r " + Suite(Call("LogsError"))).code, 1);
+    ASSERT_EQ(Run("--meta serial=7 --meta by=a=b --record r " + Suite(Call("LogsError"))).code, 1);
     std::string transcript = "\n";
     std::map<std::string, std::string> keys;
     std::map<std::string, TJson> logs;
@@ -67,6 +97,13 @@ TEST_F(CFilesTest, TheRecordTellsARunInOrderAndEveryEventHasItsKeys)
 record
 suite-load
 run-start Bench CliLibrary
+node / x:TestSuite
+node /0 x:InitGroup
+node /0/0 x:Function
+node /1 x:Group
+node /1/0 x:Function
+node /2 x:ExitGroup
+node /2/0 x:Function
 test-log Startup
 state / x:TestSuite executing
 state /0 x:InitGroup executing
@@ -74,18 +111,21 @@ state /0/0 x:Function executing
 test-log Prepares
 test-log -------
 state /0/0 x:Function passed
+verdict /0/0 passed 
 state /0 x:InitGroup passed
 state /1 x:Group executing
 state /1/0 x:Function executing
 test-log LogsError
 test-log -------
 state /1/0 x:Function passed
+verdict /1/0 error no device
 state /1 x:Group passed
 state /2 x:ExitGroup executing
 state /2/0 x:Function executing
 test-log Prepares
 test-log -------
 state /2/0 x:Function passed
+verdict /2/0 passed 
 state /2 x:ExitGroup passed
 state / x:TestSuite passed
 headline Test suite Failed!
@@ -95,16 +135,22 @@ run-end Failed false 1
         // clang-format off
         {"headline", "event time text emphasis "},
         {"log", "event time status second level format text "},
+        {"node", "event time path element name label line selectable selected test "},
         {"print", "event time level line text "},
-        {"record", "event time version engine "},
-        {"run-end", "event time status result reportName passed executed failedExecutions tests passes warnings aborts failures "},
-        {"run-start", "event time suite file library executionType mode "},
+        {"record", "event time version engine host "},
+        {"run-end", "event time status result reportName passed executed failedExecutions tests passes warnings aborts failures verdicts seconds "},
+        {"run-start", "event time suite file library executionType mode meta "},
         {"state", "event time path element name label line state "},
         {"suite-load", "event time file loaded problems "},
         {"test-log", "event time text test separator "},
+        {"verdict", "event time path test verdict warnings passes ms reason "},
         // clang-format on
     };
     EXPECT_EQ(keys, expected);
+    EXPECT_EQ(Record().front().at("version"), 2);
+    EXPECT_EQ(Events("run-start").front().at("meta").dump(), R"({"serial":"7","by":"a=b"})");
+    EXPECT_EQ(Record().back().at("verdicts").dump(),
+              R"({"passed":0,"failed":0,"errors":1,"aborted":0,"notRun":0,"warned":0})");
     EXPECT_EQ(logs["no device"].at("status"), 0x40000000);
     EXPECT_EQ(logs["no device"].at("format"), nullptr);
     EXPECT_EQ(logs["Calling test suite: suite.xml."].at("format").dump(),
@@ -128,25 +174,29 @@ TEST_F(CFilesTest, EverySuiteThatWasNotLoadedIsInRecordAndLogAndOnceOnTheTermina
         loads += load.at("file").get<std::string>() + ' ' + load.at("loaded").dump();
         for (const TJson& problem : load.at("problems"))
         {
-            loads += ' ' + problem.at("line").dump() + ' ' + problem.at("severity").dump();
-            EXPECT_PRED2(Contains, outcome.err, problem.at("message").get<std::string>() + '\n');
+            const std::string rule = problem.at("rule");
+            loads += ' ' + problem.at("line").dump() + ' ' + problem.at("severity").dump() + ' ' + rule;
+            EXPECT_PRED2(Contains, outcome.err, problem.at("message").get<std::string>() + " [" + rule + "]\n");
             EXPECT_EQ(problem.at("line").is_null(), problem.at("column").is_null());
         }
         loads += '\n';
     }
     EXPECT_EQ(loads, R"(
-invalid.xml false 6 "error"
-unbuildable.xml false 7 "error"
-foreign.xml false null "error"
+invalid.xml false 6 "error" schema
+unbuildable.xml false 7 "error" unknown-operator
+foreign.xml false null "error" product
 good.xml true
 )");
     EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 3) << outcome.err;
-    EXPECT_TRUE(outcome.out.starts_with("Loaded 'unbuildable'.\nLoaded 'good'.\n")) << outcome.out;
+    EXPECT_TRUE(outcome.out.starts_with("invalid.xml: not loaded\nLoaded 'unbuildable'.\nunbuildable.xml: not loaded\n"
+                                        "foreign.xml: not loaded\nLoaded 'good'.\n"))
+        << outcome.out;
+    EXPECT_PRED2(Contains, outcome.out, "\n4 suites: 1 test: 1 passed, 0 failed, ");
     EXPECT_FALSE(Contains(outcome.out, "Invalid test suite!"));
     const std::string log = Read("l");
-    for (const char* entry :
-         {" 0 ERROR  Invalid test suite!\n", " 0 note   unbuildable.xml, line 7: x:Comparison: the operator 'frob' ",
-          " 0 note   foreign.xml: not for this product: ", " 3 -      Loaded 'good'.\n"})
+    for (const char* entry : {" 0 ERROR  Invalid test suite!\n", " 0 note   Not loaded: invalid.xml\n",
+                              " 0 ERROR  unbuildable.xml:7:1: error: x:Comparison: the operator \"frob\" ",
+                              " 0 ERROR  foreign.xml: error: not for this product: ", " 3 -      Loaded 'good'.\n"})
     {
         EXPECT_PRED2(Contains, log, entry);
     }
@@ -173,11 +223,25 @@ TEST_F(CFilesTest, ARunHoldsTheLockUntilItIsKilledAndItsRecordStands)
     }
     const SOutcome second = Run("--record second " + passing);
     EXPECT_EQ(second.code, 7) << second.err;
-    EXPECT_PRED2(Contains, second.out, "another run holds the execution lock");
+    const std::string holder = std::to_string(first->processId());
+    const std::string host = QSysInfo::machineHostName().toStdString();
+    const std::string begin = "orvanta: passing.xml: process " + holder + " on " + host + " holds the execution lock " +
+        Path("lock") + " since ";
+    EXPECT_TRUE(second.err.starts_with(begin) && second.err.ends_with(" and still lives\n")) << second.err;
     EXPECT_PRED2(Contains, second.out, "Test suite did not execute!");
     EXPECT_EQ(Record("second").back().at("passed"), false);
+    const SOutcome third = Run("--wait=0.3 --record third " + passing);
+    EXPECT_EQ(third.code, 7);
+    EXPECT_EQ(Locks("third"), "waiting " + holder + "\nrefused " + holder + '\n');
+    const auto impatient = StartWaiting("impatient");
+    impatient->terminate();
+    EXPECT_EQ(Finish(*impatient).code, 2) << "a stop request ends the waiting";
+    EXPECT_EQ(Locks("impatient"), "waiting " + holder + '\n');
+    EXPECT_PRED2(Contains, Read("impatient"), "\"Stopped before the execution lock was free.\",\"by\":\"operator\"");
+    const auto patient = StartWaiting("patient");
     first->kill();
     first->waitForFinished();
+    EXPECT_EQ(Finish(*patient).code, 0);
     EXPECT_EQ(Record().back().at("text"), "hanging");
     EXPECT_EQ(Digest(Events("state").back()), "state /1/0 x:Function executing\n");
     for (const std::string& suite : {Suite(Call("LeavesChild")), passing})
@@ -285,34 +349,17 @@ TEST_F(CFilesTest, ARecordOrLogThatCannotBeCompletedIsNoSuccess)
     EXPECT_GE(Record().size(), 4U) << "and each of them is whole";
 }
 
-TEST_F(CFilesTest, AFullDiskLeavesSettingsAndSavedAnswersAsTheyWere)
+TEST_F(CFilesTest, AFullDiskLeavesSavedAnswersAsTheyWere)
 {
-    const std::string big(2000, 'x');
-    Suite("<x:InfoPopup text=\"" + big + "\"/>");
+    Suite("<x:InfoPopup text=\"" + std::string(2000, 'x') + "\"/>");
     Write("answers.json", R"([{"answer": "ok"}])");
-    const struct
-    {
-        const char* file;
-        std::string content;
-        const char* options;
-        std::string error;
-    } rows[] = {
-        {"saved.json", "[]\n", "--settings settings.ini --save-answers saved.json",
-         "orvanta: saved.json: the answers cannot be written: File too large"},
-        {"config/orvanta/settings.ini", "; " + big + "\n[application]\n", "",
-         "orvanta: Cannot write the settings file \"" + Path("config/orvanta/settings.ini") + "\": File too large.\n"},
-    };
-    ASSERT_TRUE(QDir(QString::fromStdString(Path(""))).mkpath(QStringLiteral("config/orvanta")));
-    for (const auto& row : rows)
-    {
-        SCOPED_TRACE(row.file);
-        Write(row.file, row.content);
-        const SOutcome outcome = Shell(std::string("trap '' XFSZ; ulimit -f 1; '" ORVANTA_PROGRAM "' run ") +
-                                       row.options + " --answers answers.json -L " ORVANTA_LIBRARY_FOLDER " suite.xml");
-        EXPECT_EQ(outcome.code, 4) << outcome.out;
-        EXPECT_TRUE(outcome.err.starts_with(row.error)) << outcome.err;
-        EXPECT_EQ(Read(row.file), row.content);
-    }
+    Write("saved.json", "[]\n");
+    const SOutcome outcome = Shell("trap '' XFSZ; ulimit -f 1; '" ORVANTA_PROGRAM "' " + RUN +
+                                   "--answers answers.json --save-answers saved.json suite.xml");
+    EXPECT_EQ(outcome.code, 4) << outcome.out;
+    EXPECT_TRUE(outcome.err.starts_with("orvanta: saved.json: the answers cannot be written: File too large"))
+        << outcome.err;
+    EXPECT_EQ(Read("saved.json"), "[]\n");
 }
 
 TEST_F(CFilesTest, TheLogFileIsCompleteWhateverTheTerminalShows)
@@ -327,14 +374,35 @@ TEST_F(CFilesTest, TheLogFileIsCompleteWhateverTheTerminalShows)
     }
 }
 
-TEST_F(CFilesTest, SettingsAreMadeOnTheFirstRun)
+TEST_F(CFilesTest, SettingsAreReadAndNeverWritten)
 {
-    const QString settings = QString::fromStdString(Path("config/orvanta/settings.ini"));
     Suite(Call("Passes"));
-    EXPECT_EQ(Orvanta("list suite.xml").code, 0);
-    EXPECT_FALSE(QFile::exists(settings));
-    EXPECT_EQ(Orvanta("run -L " ORVANTA_LIBRARY_FOLDER " --product '' suite.xml").code, 0);
-    const std::string written = Read("config/orvanta/settings.ini");
-    EXPECT_PRED2(Contains, written, "LockFileName = " + Path("data/GuiZKExecuteLock.txt"));
-    EXPECT_FALSE(Contains(written, "TestScriptLabel")) << written;
+    const std::string given = "; ours\n[application]\nTestScriptLabel=\n[application\n[runtme]\nLockFile=x\n";
+    const struct
+    {
+        const char* environment;
+        std::string options;
+        int code;
+        std::string error;
+    } rows[] = {
+        {"", "", 0, ""},
+        {"XDG_CONFIG_HOME=/proc/nowhere", "", 0, ""},
+        {"", "--record data/GuiZKExecuteLock.txt", 4, "named as the execution lock and as the record"},
+        {"", "--settings given.ini", 0,
+         "given.ini:4:1: warning: this is neither a section nor KEY=VALUE [settings]\n"
+         "given.ini:5:1: warning: there is no section \"runtme\" [settings]\n"},
+        {"HOME=/proc/nowhere XDG_CONFIG_HOME= XDG_DATA_HOME=", "--settings settings.ini", 0, ""},
+        {"HOME=/proc/nowhere XDG_CONFIG_HOME= XDG_DATA_HOME=", "", 4, "the execution lock /proc/nowhere/"},
+    };
+    Write("given.ini", given);
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.environment + row.options);
+        const SOutcome outcome = Shell(std::string(row.environment) + " '" ORVANTA_PROGRAM "' run " + row.options +
+                                       " -L " ORVANTA_LIBRARY_FOLDER " suite.xml");
+        EXPECT_EQ(outcome.code, row.code);
+        EXPECT_TRUE(row.code == 0 ? outcome.err == row.error : Contains(outcome.err, row.error)) << outcome.err;
+        EXPECT_FALSE(QFile::exists(QString::fromStdString(Path("config"))));
+        EXPECT_EQ(Read("given.ini"), given);
+    }
 }

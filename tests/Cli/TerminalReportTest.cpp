@@ -197,8 +197,8 @@ constexpr const char* MIXED_END = "Test suite Failed!\n"
                                   "  FAILED  x:ExitGroup / Off  /4/0  device.xml:24\n"
                                   "      returned false\n";
 constexpr const char* MIXED_SUMS =
-    "device.xml: Failed: 3 tests: 1 passed, 1 failed, 1 error, 0 aborted, 1 not run, 1 with warnings; 6.2 s\n"
-    "1 suite: 3 tests: 1 passed, 1 failed, 1 error, 0 aborted, 1 not run, 1 with warnings; 6.2 s\n";
+    "device.xml: Failed: 3 tests: 1 passed, 1 failed, 1 error, 0 aborted, 1 not run; 6.2 s, 1 with warnings\n"
+    "1 suite: 3 tests: 1 passed, 1 failed, 1 error, 0 aborted, 1 not run; 6.2 s\n";
 
 std::string ShownMixedRun(const STerminalStyle& style)
 {
@@ -407,7 +407,7 @@ TEST(TerminalReport, SaysWhyASuiteOrATestDidNotRun)
                 "device.xml: did not run: 0 tests: 0 passed, 0 failed, 0 errors, 0 aborted, 13 not run; 6.2 s\n"
                 "Test suite Passed!\n"
                 "device.xml: Not passed: 1 test: 1 passed, 0 failed, 0 errors, 0 aborted, 0 not run; 6.2 s\n"
-                "3 suites (1 not loaded): 1 test: 1 passed, 0 failed, 0 errors, 0 aborted, 13 not run; 12.3 s\n";
+                "3 suites: 1 test: 1 passed, 0 failed, 0 errors, 0 aborted, 13 not run; 12.3 s\n";
     EXPECT_EQ(screen.Text(), expected);
 }
 

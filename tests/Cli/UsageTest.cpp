@@ -12,6 +12,8 @@ TEST_F(CUsageTest, AWrongCommandLineRunsNothingAndSaysWhatIsWrong)
     Suite(Call("Passes"));
     Write("filters.ini", "[filter:Lab]\ncategories=Lab\n[filter:Field]\ncategories=Field\n");
     Write("current.ini", "[filters]\ncurrent=Gone\n");
+    Write("nowhere.ini", "[runtime]\nLockFileName=" + Path("nowhere/lock") + '\n');
+    Write("folder.ini", "[runtime]\nLockFileName=/tmp\n");
     Write("flag.ini", "[filter:Lab]\nunrestricted=perhaps\n");
     const char* run = "Usage: orvanta run [options] SUITE...\nSee 'orvanta help run'.\n";
     const char* list = "Usage: orvanta list [options] SUITE...\n";
@@ -19,7 +21,7 @@ TEST_F(CUsageTest, AWrongCommandLineRunsNothingAndSaysWhatIsWrong)
     const struct
     {
         const char* arguments;
-        const char* message;
+        std::string message;
         const char* usage;
     } rows[] = {
         // clang-format off
@@ -38,6 +40,14 @@ TEST_F(CUsageTest, AWrongCommandLineRunsNothingAndSaysWhatIsWrong)
         {"list --settings current.ini suite.xml", "unknown filter 'Gone' (the current one of the settings); the settings declare no filters", list},
         {"run --settings flag.ini suite.xml", "unrestricted must be \"true\" or \"false\"", run},
         {"run --settings gone.ini suite.xml", "gone.ini: the settings cannot be read", run},
+        {"run --settings nowhere.ini suite.xml", "the execution lock " + Path("nowhere/lock") + " cannot be written: there is no folder " + Path("nowhere") + '\n', run},
+        {"run --settings folder.ini suite.xml", "the execution lock /tmp cannot be written: it is no file\n", run},
+        {"run --wait=soon suite.xml", "--wait 'soon' is no number of seconds", run},
+        {"run --wait=-1 suite.xml", "--wait '-1' is no number of seconds", run},
+        {"run --meta serial suite.xml", "--meta 'serial' is no KEY=VALUE", run},
+        {"run --meta a=1 --meta a=2 suite.xml", "--meta 'a=2' gives a key for the second time", run},
+        {"run --select-file gone suite.xml", "gone: the patterns cannot be read: No such file or directory", run},
+        {"list --select-file . suite.xml", ".: the patterns cannot be read: Is a directory", list},
         {"run --record suite.xml suite.xml", "named as a suite and as the record", run},
         {"run --record r --log ./r suite.xml", "named as the record and as the log", run},
         {"run --record nowhere/r suite.xml", "cannot write nowhere/r: No such file or directory", run},
@@ -63,9 +73,29 @@ TEST_F(CUsageTest, HelpFitsTheScreenAndNamesWhatThereIs)
     const std::pair<const char*, std::vector<const char*>> rows[] = {
         {"--help", {"Usage: orvanta COMMAND", "run ", "list ", "schema ", "help ", "--version"}},
         {"help run",
-         {"Usage: orvanta run [options] SUITE...", "-L,--library-path DIR", "--diagnostic", "--validation", "--debug",
-          "--product LABEL", "--filter NAME", "--settings FILE", "--record FILE", "--log FILE", "-v,--verbose",
-          "-q,--quiet", "--log-level N", "--color WHEN", "--progress WHEN", "\n  7  another run holds"}},
+         {"Usage: orvanta run [options] SUITE...",
+          "-L,--library-path DIR",
+          "--diagnostic",
+          "--validation",
+          "--debug",
+          "--product LABEL",
+          "--filter NAME",
+          "--settings FILE",
+          "--record FILE",
+          "--log FILE",
+          "-v,--verbose",
+          "-q,--quiet",
+          "--select-file FILE",
+          "--stop-on-failure",
+          "--wait",
+          "--unattended",
+          "--meta KEY=VALUE",
+          "--answers FILE",
+          "--save-answers FILE",
+          "--log-level N",
+          "--color WHEN",
+          "--progress WHEN",
+          "\n  7  another run holds"}},
         {"list --help", {"Usage: orvanta list [options] SUITE...", "--json"}},
     };
     for (const auto& [arguments, words] : rows)

@@ -123,7 +123,7 @@ private:
 TEST(CallTree, AHappyRunFromBannerToHeadline)
 {
     CRun run(Suite("Succeed", "Warn"));
-    run.Host.Services.ReportName = "left over";
+    run.Host.Services.Run.ReportName = "left over";
     EXPECT_EQ(run.Tree->CallTree(), TS_NONE);
     EXPECT_EQ(Settled(run.Host.Text(REC_ALL & ~(REC_STATE | REC_FLUSH))), R"(
 test-log: Startup [separator]
@@ -181,7 +181,7 @@ log TS_NONE L6 -: Execution lock released.
 ShowInfo 0 4294967295 'Test suite Passed!' true '' 0 2 ''
 headline 0: Test suite Passed!
 )");
-    EXPECT_EQ(run.Host.Services.ReportName, " - Passed");
+    EXPECT_EQ(run.Host.Services.Run.ReportName, " - Passed");
     EXPECT_TRUE(run.Tree->LockAcquired());
     EXPECT_TRUE(run.LockIsFree());
 
@@ -191,7 +191,7 @@ headline 0: Test suite Passed!
     run.Host.NewSuiteLog();
     EXPECT_EQ(run.Tree->CallTree(), TS_NONE);
     EXPECT_EQ(run.Host.Text(REC_ALL), first);
-    EXPECT_EQ(run.Host.Services.ReportName, " - Passed");
+    EXPECT_EQ(run.Host.Services.Run.ReportName, " - Passed");
 }
 
 TEST(CallTree, StoriesOfRunsThatGoWrong)
@@ -234,11 +234,11 @@ log TS_NONE L6 -: ThrowRuntimeError return status: 0x40000000.
     for (const auto& row : rows)
     {
         CRun run(row.body, row.attributes.c_str());
-        run.Host.Services.LibraryPath = {};
+        run.Host.Services.Settings.LibraryPath = {};
         EXPECT_EQ(run.Tree->CallTree(), row.status);
         EXPECT_EQ(Story(run.Host, REC_LOG | REC_HEADLINE),
                   LOCKED + row.story.substr(1) + RELEASED + row.headline + "\n");
-        EXPECT_FALSE(run.Host.Services.FunctionIsExecuting);
+        EXPECT_FALSE(run.Host.Services.Run.FunctionIsExecuting);
     }
 }
 
@@ -251,7 +251,7 @@ TEST(CallTree, DiagnosticOnly)
     run.Node("/1/1").SetSelected(false, SELECT_NOT_UP);
     run.Node("/2/0").SetSelected(false, SELECT_ALL); // and with it its group, which then lists nothing
     run.Node("/2").SetSelected(false, static_cast<ESelectOption>(SELECT_NOT_DOWN | SELECT_NOT_UP));
-    run.Host.Services.ExecutionType = EXECUTION_DIAGNOSTIC;
+    run.Host.Services.Settings.ExecutionType = EXECUTION_DIAGNOSTIC;
     EXPECT_EQ(run.Tree->CallTree(), TS_FAILED);
     EXPECT_EQ(Story(run.Host, REC_LOG | REC_HEADLINE), R"(
 log TS_NONE L6 -: Acquiring execution lock...
@@ -275,7 +275,7 @@ log TS_NONE L6 -: Execution lock released.
 log TS_FAILED L2 -: Test Suite did NOT run to completion
 headline 3: Test suite Validation Aborted!
 )");
-    EXPECT_EQ(run.Host.Services.ReportName, " - Aborted");
+    EXPECT_EQ(run.Host.Services.Run.ReportName, " - Aborted");
     for (const char* path : {"/0", "/0/0", "/3", "/3/0"})
     {
         EXPECT_FALSE(run.Node(path).Selected()) << path;
@@ -324,8 +324,8 @@ TEST(CallTree, Summaries)
     {
         SCOPED_TRACE(row.test + row.closing + row.headline);
         CRun run(Suite("Succeed", row.test));
-        run.Host.Services.ExecutionType = row.type;
-        run.Host.Services.TestSuiteMode = row.flags & DEBUG ? MODE_DEBUG : MODE_NORMAL;
+        run.Host.Services.Settings.ExecutionType = row.type;
+        run.Host.Services.Settings.TestSuiteMode = row.flags & DEBUG ? MODE_DEBUG : MODE_NORMAL;
         run.Host.SuiteLog().SetHasTestsToRun(!(row.flags & NO_TESTS));
         run.Tree->ValidationReport(row.flags & REPORT);
         run.Host.At("Entering x:ExitGroup",
@@ -339,7 +339,7 @@ TEST(CallTree, Summaries)
         run.Tree->CallTree();
         EXPECT_EQ(run.Headline(), std::string("headline ") + row.headline);
         EXPECT_EQ(run.Host.Transcript(REC_LOG).back(), row.closing);
-        EXPECT_EQ(run.Host.Services.ReportName, row.reportName);
+        EXPECT_EQ(run.Host.Services.Run.ReportName, row.reportName);
         EXPECT_FALSE(CUIUpdate::GetUIUpdate().AbortFunction());
     }
 }
@@ -361,7 +361,7 @@ flush true
 ShowInfo 0 4294967295 'Test suite did not execute!' true '' 3 2 ''
 headline 3: Test suite did not execute!
 )");
-    EXPECT_EQ(run.Host.Services.ReportName, "");
+    EXPECT_EQ(run.Host.Services.Run.ReportName, "");
     EXPECT_FALSE(run.Tree->LockAcquired());
 
     // The same object once the lock is free.
@@ -456,8 +456,20 @@ TEST(CallTree, ARunWithinARunIsRefused)
     EXPECT_EQ(run.Host.Text(REC_HEADLINE),
               "headline 3: Test suite did not execute!\nheadline 3: Test suite Aborted!\n");
     EXPECT_TRUE(run.Tree->LockAcquired() && run.LockIsFree());
-    EXPECT_EQ(run.Host.Services.ReportName, " - Aborted");
+    EXPECT_EQ(run.Host.Services.Run.ReportName, " - Aborted");
     EXPECT_FALSE(CUIUpdate::GetUIUpdate().AbortFunction());
+}
+
+TEST(CallTree, AFailureCountsAlsoWhereNobodyHearsItsSignal)
+{
+    CRun run("<x:InitGroup><x:Function name='Succeed'/></x:InitGroup><x:Group><x:Function name='Fail'/></x:Group>"
+             "<x:ExitGroup><x:Function name='Succeed'/></x:ExitGroup>");
+    for (const char* path : {"/", "/1", "/1/0"})
+    {
+        run.Node(path).blockSignals(true);
+    }
+    run.Tree->CallTree();
+    EXPECT_EQ(run.Headline(), "headline 3: Test suite Aborted!");
 }
 
 TEST(CallTree, WhenTheHostTakesTheSuiteLogAway)

@@ -53,7 +53,7 @@ TEST(ShouldLoad, WeighsLabelProductsAndFilter)
     CRecordingHost host;
     const auto access = [&host](int filter, const std::string& attributes)
     {
-        host.Services.CurrentFilter = filter;
+        host.Services.Settings.CurrentFilter = filter;
         return CDOMDocTestSuite::ShouldLoad(host.WriteFile(QStringLiteral("suite.xml"), "<any " + attributes + "/>"));
     };
     const std::string refused = "products='abc' configurations='z'";

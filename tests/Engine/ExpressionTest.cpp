@@ -503,7 +503,7 @@ TEST(Expression, DiagnosticsCalculateNothing)
         host,
         Body(In("Group",
                 In("Set variable='$v'", Value("1")) + In("And", HOLDS + In("Not", HOLDS)) + Expression("add", "1 2"))));
-    host.Services.ExecutionType = EXECUTION_DIAGNOSTIC;
+    host.Services.Settings.ExecutionType = EXECUTION_DIAGNOSTIC;
     EXPECT_TRUE(suite.Run());
     EXPECT_EQ(Story(host, "^>|^!|test-log|Setting|x:(Set|And|Expr)"), "\n");
 }

@@ -140,7 +140,7 @@ flush false
     EXPECT_EQ(Arguments(), std::vector<std::uint64_t>{7});
     EXPECT_EQ(Slot("$x"), 0xFFFFFFFFU);
     EXPECT_EQ(Counters(Node()), "1011000");
-    EXPECT_FALSE(m_Host.Services.FunctionIsExecuting);
+    EXPECT_FALSE(m_Host.Services.Run.FunctionIsExecuting);
     EXPECT_EQ(Node().GetDiagnosticString().toStdString(), " PassFailTest Function:  FillLong (Fill)\n");
 }
 
@@ -177,7 +177,7 @@ TEST_F(FunctionNode, CallsThatEndBeforeTheirTime)
               begin + Opening("Abort", "Abort [test]") +
                   "log TS_NONE L5 -: Executing function: Abort.\nOperatorAborted stop\nEndFunction\n"
                   "test-log: ------- [separator]\nFunctionFinished\n");
-    EXPECT_TRUE(m_Host.Services.FunctionIsExecuting);
+    EXPECT_TRUE(m_Host.Services.Run.FunctionIsExecuting);
     EXPECT_EQ(Node().RunState(), RS_EXECUTING);
     EXPECT_EQ(Counters(Node()), "1110010");
 
@@ -256,7 +256,7 @@ TEST_F(FunctionNode, WrongParameters)
 
 TEST_F(FunctionNode, ADiagnosticRunListsTheCall)
 {
-    m_Host.Services.ExecutionType = EXECUTION_DIAGNOSTIC;
+    m_Host.Services.Settings.ExecutionType = EXECUTION_DIAGNOSTIC;
     std::string listing, parameters;
     for (int number = 1; number <= 10; ++number)
     {
@@ -302,10 +302,10 @@ TEST_F(FunctionNode, AValidationRunCallsWhatTakesReferencesUnlessDebugging)
         SCOPED_TRACE(function);
         Calls().clear();
         Load(function, Local("LONG", "$x", "1"));
-        m_Host.Services.ExecutionType = EXECUTION_VALIDATION;
-        m_Host.Services.TestSuiteMode = mode;
+        m_Host.Services.Settings.ExecutionType = EXECUTION_VALIDATION;
+        m_Host.Services.Settings.TestSuiteMode = mode;
         EXPECT_TRUE(Run());
-        m_Host.Services.TestSuiteMode = MODE_NORMAL;
+        m_Host.Services.Settings.TestSuiteMode = MODE_NORMAL;
         EXPECT_EQ(Calls().size(), called ? 1U : 0U);
         const bool timed = function.find("Parameter") != std::string::npos;
         EXPECT_EQ(Transcript().find("Function Start time") != std::string::npos, timed && called);

@@ -193,7 +193,7 @@ TEST(Loop, IteratorsThatCannotCount)
     CLoop wide(Loop("iterator='$i' to='2'"), Declare("LONGLONG"));
     EXPECT_EQ(wide.Thrown<CTestSuiteException>(), "Test script error: variable '$i' cannot be cast to 'LONG'.");
     EXPECT_EQ(wide.Trace(), "\n   - Entering x:Group: .\n");
-    wide.Host.Services.ExecutionType = EXECUTION_VALIDATION; // logs and goes on
+    wide.Host.Services.Settings.ExecutionType = EXECUTION_VALIDATION; // logs and goes on
     EXPECT_EQ(wide.Values(), (TValues{0, 1}));
 
     // Neither counts, also downwards: the type's ceiling is asked for first.

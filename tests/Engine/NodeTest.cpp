@@ -92,7 +92,7 @@ TEST(Node, SelectionReachesDownAndUpAsAsked)
         {{{"/0", true, 0}}, "/0 /0/0"},
     };
     CRecordingHost host;
-    host.Services.TestSuiteMode = MODE_DEBUG;
+    host.Services.Settings.TestSuiteMode = MODE_DEBUG;
     for (const auto& row : rows)
     {
         CLoadedSuite suite(host, TREE);
@@ -115,7 +115,7 @@ TEST(Node, SelectionReachesDownAndUpAsAsked)
 TEST(Node, RunStatesArriveInOrderAndUnselectedNodesAreSkipped)
 {
     CRecordingHost host;
-    host.Services.TestSuiteMode = MODE_DEBUG; // nothing is selected
+    host.Services.Settings.TestSuiteMode = MODE_DEBUG; // nothing is selected
     CLoadedSuite suite(host, TREE, WITH_LIBRARY);
     suite.Node("/1/1").SetSelected(true, SELECT_ALL);
     std::string rootSignals;
@@ -161,7 +161,7 @@ TEST(Node, SomethingToExecuteEndsAtAnUnselectedLeaf)
         // clang-format on
     };
     CRecordingHost host;
-    host.Services.TestSuiteMode = MODE_DEBUG;
+    host.Services.Settings.TestSuiteMode = MODE_DEBUG;
     for (const auto& [children, selected, expected] : rows)
     {
         CLoadedSuite suite(host, "<x:Function>" + std::string(children) + "</x:Function>", "", false);

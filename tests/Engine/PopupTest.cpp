@@ -238,7 +238,7 @@ TEST(Popup, WithoutAnAnswer)
         EXPECT_EQ(broken.Node().RunState(), RS_FAILED);
 
         CPrompt idle(element, {});
-        idle.Host().Services.ExecutionType = EXECUTION_DIAGNOSTIC;
+        idle.Host().Services.Settings.ExecutionType = EXECUTION_DIAGNOSTIC;
         EXPECT_TRUE(idle.Node().DiagOnly() && idle.Node().Execute(false));
         EXPECT_EQ(idle.Host().Text(REC_ALL & ~(REC_STATE | REC_FLUSH)), "");
         EXPECT_EQ(idle.Slot(), MAX_SLOT);

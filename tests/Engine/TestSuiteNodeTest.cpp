@@ -57,36 +57,36 @@ TEST(TestSuiteNode, PhasesAndTheirRuntimeState)
     CLoadedSuite suite(host, Suite(), WITH_LIBRARY);
     CSuiteRuntimeState leftBehind;
     CSuiteRuntimeState state;
-    host.Services.RuntimeState = &leftBehind;
-    host.Services.Helper = std::make_unique<CHelper>();
+    host.Services.Run.RuntimeState = &leftBehind;
+    host.Services.Run.Helper = std::make_unique<CHelper>();
     std::string story;
     host.OnRecord = [&](ERecorded kind, const std::string& line)
     {
         const bool isEntry = kind == REC_TEST_LOG && line.find("[separator]") == std::string::npos;
         if (line == "EnableInput")
         {
-            EXPECT_EQ(host.Services.RuntimeState, story.find("enable") == std::string::npos ? nullptr : &state);
-            host.Services.RuntimeState = &state;
+            EXPECT_EQ(host.Services.Run.RuntimeState, story.find("enable") == std::string::npos ? nullptr : &state);
+            host.Services.Run.RuntimeState = &state;
             story += "enable ";
         }
         if (isEntry)
         {
-            EXPECT_TRUE(host.Services.TestSuiteExecuting);
+            EXPECT_TRUE(host.Services.Run.TestSuiteExecuting);
             story += line.substr(10) + std::to_string(state.CurrentPhase) + ' ';
         }
     };
     state.CurrentPhase = 7;
     EXPECT_TRUE(suite.Run());
     EXPECT_EQ(story, "enable enable i0 11 21 e2 enable ");
-    EXPECT_EQ(host.Services.RuntimeState, nullptr);
-    EXPECT_FALSE(host.Services.TestSuiteExecuting);
+    EXPECT_EQ(host.Services.Run.RuntimeState, nullptr);
+    EXPECT_FALSE(host.Services.Run.TestSuiteExecuting);
     EXPECT_EQ(leftBehind.CurrentPhase, 0);
-    EXPECT_EQ(host.Services.Helper, nullptr);
+    EXPECT_EQ(host.Services.Run.Helper, nullptr);
     EXPECT_EQ(Errors(host),
               "log TS_FAILED L2 -: Internal error: Global helper class not cleaned up by test suite.  "
               "Attempting cleanup now...\n");
 
-    host.Services.RuntimeState = &state;
+    host.Services.Run.RuntimeState = &state;
     SetSuitePhase(FG_TESTS);
     EXPECT_TRUE(ThrownText<ZKRunTimeException>([] { SetSuitePhase(static_cast<EFunctionGroupType>(3)); })
                     .ends_with(":\nUnexpected EFunctionGroupType: 3"));
@@ -180,14 +180,14 @@ TEST(TestSuiteNode, ExhaustedMemoryEndsTheRunAtOnce)
                                         : Suite("Succeed", "ThrowXercesOutOfMemory");
         CLoadedSuite suite(host, body, WITH_LIBRARY);
         CSuiteRuntimeState state;
-        host.At("test-log: i", [&] { host.Services.RuntimeState = &state; });
-        host.Services.Helper = std::make_unique<CHelper>();
+        host.At("test-log: i", [&] { host.Services.Run.RuntimeState = &state; });
+        host.Services.Run.Helper = std::make_unique<CHelper>();
         EXPECT_ANY_THROW(suite.Run());
         EXPECT_EQ(Entered(host), isExit ? "i12e" : "i1");
         EXPECT_EQ(InputsEnabled(host), 3U);
-        EXPECT_EQ(host.Services.RuntimeState, nullptr);
-        EXPECT_FALSE(host.Services.TestSuiteExecuting);
-        EXPECT_EQ(host.Services.Helper, nullptr);
+        EXPECT_EQ(host.Services.Run.RuntimeState, nullptr);
+        EXPECT_FALSE(host.Services.Run.TestSuiteExecuting);
+        EXPECT_EQ(host.Services.Run.Helper, nullptr);
         EXPECT_EQ(suite.Root().RunState(), RS_FAILED);
     }
 }
@@ -211,13 +211,13 @@ log TS_FAILED L2 (255,0,0,255 400): Error message: /nowhere/libnosuch.so: no suc
     {
         SCOPED_TRACE(elements);
         CRecordingHost host;
-        host.Services.LibraryPath = {"/nowhere"};
+        host.Services.Settings.LibraryPath = {"/nowhere"};
         CLoadedSuite suite(host, elements + Suite(), attributes);
         EXPECT_FALSE(suite.Run());
         EXPECT_EQ("\n" + host.Text(), lines);
         EXPECT_EQ(host.Text(REC_STATE), "state / x:TestSuite 1\nstate / x:TestSuite 3\n");
         EXPECT_EQ(InputsEnabled(host), 1U);
-        EXPECT_FALSE(host.Services.TestSuiteExecuting);
+        EXPECT_FALSE(host.Services.Run.TestSuiteExecuting);
     }
 }
 
@@ -238,9 +238,9 @@ TEST(TestSuiteNode, WhereTheLibraryComesFrom)
     }
     // Functions are looked up once, when the tree is built.
     CRecordingHost host;
-    const std::vector<std::string> path = std::exchange(host.Services.LibraryPath, {"/nowhere"});
+    const std::vector<std::string> path = std::exchange(host.Services.Settings.LibraryPath, {"/nowhere"});
     CLoadedSuite late(host, "<x:Group>" + Call("1") + "</x:Group>", WITH_LIBRARY, false);
-    host.Services.LibraryPath = path;
+    host.Services.Settings.LibraryPath = path;
     EXPECT_FALSE(late.Run());
     EXPECT_EQ(Errors(host), "log TS_ERROR L1 -: Couldn't find function: Succeed.\n");
 }
@@ -252,7 +252,7 @@ TEST(TestSuiteNode, MissingAndRepeatedPhaseGroups)
     CRecordingHost host;
     CLoadedSuite none(host, group("Group", "1") + group("Group", "2", "Fail"), WITH_LIBRARY, false);
     CSuiteRuntimeState state;
-    host.At("test-log: 1", [&] { host.Services.RuntimeState = &state; });
+    host.At("test-log: 1", [&] { host.Services.Run.RuntimeState = &state; });
     EXPECT_FALSE(none.Run());
     EXPECT_EQ(Entered(host), "12");
     EXPECT_EQ(state.CurrentPhase, 2);
@@ -280,7 +280,7 @@ TEST(TestSuiteNode, DebugModeSetting)
     for (const auto& [value, hostMode, expected] : rows)
     {
         CRecordingHost host;
-        host.Services.TestSuiteMode = hostMode;
+        host.Services.Settings.TestSuiteMode = hostMode;
         const std::string variables = value
             ? "<x:Variables><x:Define type='BOOL' name='$d' ZKconfig='DEBUG_MODE' value='" + std::string(value) +
                 "'/></x:Variables>"

@@ -86,7 +86,7 @@ TEST(VariableList, WhatCanBeReadAndReferencedAsWhat)
     };
     for (const ETestSuiteExecutionType execution : EXECUTIONS)
     {
-        host.Services.ExecutionType = execution;
+        host.Services.Settings.ExecutionType = execution;
         for (int pair = 0; pair < 36; ++pair)
         {
             check(TYPES[pair / 6], TYPES[pair % 6], "$local", execution == EXECUTION_NORMAL);
@@ -103,7 +103,7 @@ TEST(VariableList, AMissingNameIsThrownByTheValueCheckInADiagnosticRunAndByTheRe
     const std::string absent = "throws Variable does not exist:  $x";
     for (const ETestSuiteExecutionType execution : EXECUTIONS)
     {
-        host.Services.ExecutionType = execution;
+        host.Services.Settings.ExecutionType = execution;
         for (const SType& type : TYPES)
         {
             SCOPED_TRACE(type.name + " in run " + std::to_string(execution));
@@ -160,7 +160,7 @@ TEST(VariableList, ExtractValue)
     {
         EXPECT_EQ(Outcome(host, [&, name = text] { return list.ExtractValue(Text(name)); }), outcome);
     }
-    host.Services.ExecutionType = EXECUTION_VALIDATION;
+    host.Services.Settings.ExecutionType = EXECUTION_VALIDATION;
     EXPECT_EQ(list.ExtractValue(Text("$longlong")), 2U) << "cut by the view that reads it";
 }
 

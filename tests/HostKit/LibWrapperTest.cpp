@@ -31,7 +31,7 @@ TEST_F(LibWrapperTest, FileNames)
 
 TEST_F(LibWrapperTest, TheFirstFolderThatHasTheLibraryWins)
 {
-    services.LibraryPath = {empty, std::filesystem::relative(probe2).string(), probe1};
+    services.Settings.LibraryPath = {empty, std::filesystem::relative(probe2).string(), probe1};
     CLibWrapper library("probe", true);
     EXPECT_EQ(library.GetFunction("ProbeNumber"), nullptr);
     ASSERT_TRUE(library.OpenLibrary()) << library.GetDiagnostic().c_str();
@@ -48,12 +48,12 @@ TEST_F(LibWrapperTest, TheFirstFolderThatHasTheLibraryWins)
 TEST_F(LibWrapperTest, DiagnosticNamesEveryFolderAndReason)
 {
     std::ofstream(empty + "/libprobe.so") << "no library";
-    services.LibraryPath = {empty, empty + "/missing"};
+    services.Settings.LibraryPath = {empty, empty + "/missing"};
     CLibWrapper library("probe.dll", false);
     EXPECT_FALSE(library.OpenLibrary());
     EXPECT_EQ(library.GetDiagnostic(),
               (empty + "/libprobe.so: file too short\n" + empty + "/missing/libprobe.so: no such file").c_str());
-    services.LibraryPath.push_back(probe1);
+    services.Settings.LibraryPath.push_back(probe1);
     EXPECT_TRUE(library.OpenLibrary());
     EXPECT_EQ(library.GetDiagnostic(), "");
 }
@@ -63,7 +63,7 @@ TEST_F(LibWrapperTest, NamesAreNeverLookedForElsewhere)
     CLibWrapper system("libc.so.6", true);
     EXPECT_FALSE(system.OpenLibrary());
     EXPECT_EQ(system.GetDiagnostic(), "libc.so.6: no folder is set in which to look for it.");
-    services.LibraryPath = {empty};
+    services.Settings.LibraryPath = {empty};
     EXPECT_FALSE(system.OpenLibrary());
     const std::string path = probe1 + "/libprobe.so";
     for (const std::string& name : {path, std::string("..\\probe")})

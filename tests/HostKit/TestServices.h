@@ -51,7 +51,7 @@ public:
                                       : "false";
         Add(FormatText("ended %llu: ", static_cast<unsigned long long>(id)), shown);
     }
-    void OperatorAborted(std::string_view text) override { Add("abort: ", text); }
+    void Aborted(EAbortCause /*cause*/, std::string_view text) override { Add("abort: ", text); }
 
     std::vector<std::string> Take() { return std::exchange(m_Lines, {}); }
 

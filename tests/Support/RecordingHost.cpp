@@ -119,7 +119,7 @@ public:
         m_Host.Record(REC_HEADLINE, "headline " + std::to_string(emphasis) + ": " + OneLine(text));
     }
 
-    void OperatorAborted(std::string_view text) override
+    void Aborted(EAbortCause /*cause*/, std::string_view text) override
     {
         m_Host.Record(REC_CALLS, "OperatorAborted " + OneLine(text));
     }
@@ -222,7 +222,7 @@ CRecordingHost::CRecordingHost()
     Services.CustomConfiguration = &Configuration;
     Services.Listeners.Add(*m_Listener);
     Services.Parser = SharedParser();
-    Services.LibraryPath = {TEST_LIBRARY_FOLDER};
+    Services.Settings.LibraryPath = {TEST_LIBRARY_FOLDER};
     Settings.UpdateAppSetting("runtime/LockFileName", (Folder() + QStringLiteral("/lock")).toStdString(), 1);
     m_Installed = std::make_unique<CScopedServices>(Services);
 }

@@ -1,4 +1,4 @@
-#include "Selection.h"
+#include <Session/Selection.h>
 
 #include <Orvanta/TestSuiteNode.h>
 
@@ -125,19 +125,20 @@ void StepBack(std::vector<SStep>& way)
 
 /// Selects or deselects what matches and can be selected; false when nothing does. The outcome is that of `SetSelected`
 /// for each match in document order, but each node is set once by what is above it and once by what is below.
-bool Apply(const CPattern& pattern, bool select, const std::vector<SDescribedNode>& nodes)
+bool Apply(const CPattern& pattern, bool select, const std::vector<CNode*>& nodes, const std::vector<SNodeInfo>& infos)
 {
     std::vector<SStep> way;
     bool matched = false;
-    for (const auto& [node, info] : nodes)
+    for (std::size_t row = 0; row < nodes.size(); ++row)
     {
+        CNode* const node = nodes[row];
         while (!way.empty() && way.back().node != node->ParentNode())
         {
             StepBack(way);
         }
         const bool isRoot = way.empty();
         const bool isSelectable = node->IsSelectable();
-        SStep step{node, isRoot ? pattern.Root() : pattern.Child(way.back().state, info),
+        SStep step{node, isRoot ? pattern.Root() : pattern.Child(way.back().state, infos[row]),
                    !isRoot && way.back().isSet && isSelectable};
         if (isSelectable && pattern.Matches(step.state, isRoot))
         {
@@ -158,8 +159,8 @@ bool Apply(const CPattern& pattern, bool select, const std::vector<SDescribedNod
 }
 } // namespace
 
-std::vector<std::string> ApplySelection(CTestSuiteNode& root, const std::vector<SDescribedNode>& nodes,
-                                        const std::vector<SSelection>& selections)
+std::vector<std::string> ApplySelection(CTestSuiteNode& root, const std::vector<CNode*>& nodes,
+                                        const std::vector<SNodeInfo>& infos, const std::vector<SSelection>& selections)
 {
     std::vector<std::string> unmatched;
     bool isFirstSelect = true;
@@ -170,7 +171,7 @@ std::vector<std::string> ApplySelection(CTestSuiteNode& root, const std::vector<
             root.SetSelected(false, SELECT_ALL);
             isFirstSelect = false;
         }
-        if (!Apply(CPattern(pattern), select, nodes))
+        if (!Apply(CPattern(pattern), select, nodes, infos))
         {
             unmatched.push_back(pattern);
         }
