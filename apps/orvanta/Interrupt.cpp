@@ -4,6 +4,7 @@
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <string_view>
 
@@ -20,8 +21,10 @@ static_assert(std::atomic<CSession*>::is_always_lock_free);
 /// Tells the operator what a request leads to; safe in a signal handler.
 void Acknowledge(std::string_view text)
 {
+    const int callersError = errno;
     const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
     static_cast<void>(written);
+    errno = callersError;
 }
 
 extern "C" void RequestStop(int signal)

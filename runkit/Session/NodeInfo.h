@@ -18,7 +18,4 @@ struct SNodeInfo
     bool checkable = false; ///< the operator's selection decides whether it runs
     bool selected = false;  ///< the selection lets it run: by its own mark, or as part of an init or exit group
     bool test = false;      ///< a function of the type "PassFailTest"
-
-    /// The label, else the name, else the element.
-    const std::string& Title() const { return !label.empty() ? label : !name.empty() ? name : element; }
 };

@@ -18,7 +18,7 @@
 #include <QFile>
 #include <QSysInfo>
 
-#include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <vector>
@@ -122,15 +122,18 @@ std::string HolderText(const SLockEvent& lock)
     {
         return "another run holds the execution lock " + lock.file;
     }
-    const bool isHere = lock.host == QSysInfo::machineHostName().toStdString();
-    const bool lives = kill(static_cast<pid_t>(*lock.process), 0) == 0 || errno == EPERM;
-    const std::string since =
-        lock.since ? " since " + std::string(MakeTimeString("%Y-%m-%d %H:%M:%S", *lock.since)) : std::string();
-    return "process " + std::to_string(*lock.process) + " on " + lock.host + " holds the execution lock " + lock.file +
-        since +
-        (!isHere     ? ""
-             : lives ? " and still lives"
-                     : " and lives no more");
+    std::string text =
+        "process " + std::to_string(*lock.process) + " on " + lock.host + " holds the execution lock " + lock.file;
+    if (lock.since)
+    {
+        text += " since " + std::string(MakeTimeString("%Y-%m-%d %H:%M:%S", *lock.since));
+    }
+    if (lock.host == QSysInfo::machineHostName().toStdString())
+    {
+        const bool lives = kill(static_cast<pid_t>(*lock.process), 0) == 0 || errno == EPERM;
+        text += lives ? " and still lives" : " and lives no more";
+    }
+    return text;
 }
 } // namespace
 

@@ -8,6 +8,7 @@
 #include <Orvanta/FunctionNode.h>
 #include <Orvanta/GroupRecursiveNode.h>
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <string_view>

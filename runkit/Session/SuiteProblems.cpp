@@ -24,6 +24,13 @@ std::string OneLine(std::string text)
     return text;
 }
 
+void SortByPlace(std::vector<SProblem>& problems)
+{
+    std::stable_sort(problems.begin(), problems.end(),
+                     [](const SProblem& left, const SProblem& right)
+                     { return std::tie(left.line, left.column) < std::tie(right.line, right.column); });
+}
+
 /// Finds problems of one kind in a document.
 class CFinder
 {
@@ -45,9 +52,7 @@ public:
 
     std::vector<SProblem> Take()
     {
-        std::stable_sort(m_Problems.begin(), m_Problems.end(),
-                         [](const SProblem& left, const SProblem& right)
-                         { return std::tie(left.line, left.column) < std::tie(right.line, right.column); });
+        SortByPlace(m_Problems);
         return std::move(m_Problems);
     }
 
@@ -94,13 +99,15 @@ void FindUnknownOperators(CFinder& finder)
         bool for_each(pugi::xml_node& node) override
         {
             const std::string_view element = node.name();
-            const QString word = QString::fromUtf8(node.attribute("operator").value());
-            const bool isUnknown = (element == "x:Comparison" && !CBooleanOperatorNode::Operators().contains(word)) ||
-                (element == "x:Expression" && !CNumericExpressionNode::Operators().contains(word));
-            if (isUnknown)
+            if (element != "x:Comparison" && element != "x:Expression")
             {
-                const QStringList known =
-                    element == "x:Comparison" ? CBooleanOperatorNode::Operators() : CNumericExpressionNode::Operators();
+                return true;
+            }
+            const QString word = QString::fromUtf8(node.attribute("operator").value());
+            const QStringList known =
+                element == "x:Comparison" ? CBooleanOperatorNode::Operators() : CNumericExpressionNode::Operators();
+            if (!known.contains(word))
+            {
                 finder.Add(node,
                            std::string(element) + ": the operator \"" + word.toStdString() +
                                "\" is not known; known are " + known.join(QStringLiteral(", ")).toStdString());
@@ -211,9 +218,7 @@ std::vector<SProblem> DocumentProblems(const TestSuiteState& state, const CDocum
     {
         return LoadProblems(source, "the suite cannot be read");
     }
-    std::stable_sort(problems.begin(), problems.end(),
-                     [](const SProblem& left, const SProblem& right)
-                     { return std::tie(left.line, left.column) < std::tie(right.line, right.column); });
+    SortByPlace(problems);
     return problems;
 }
 
