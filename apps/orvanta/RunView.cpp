@@ -15,12 +15,12 @@ bool IsBelow(std::string_view path, std::string_view ancestor)
         ? path != "/"
         : path.size() > ancestor.size() && path.starts_with(ancestor) && path[ancestor.size()] == '/';
 }
+} // namespace
 
 bool IsGroup(std::string_view element)
 {
     return element == "x:Group" || element == "x:InitGroup" || element == "x:ExitGroup";
 }
-} // namespace
 
 void CRunView::Take(const SEvent& event)
 {

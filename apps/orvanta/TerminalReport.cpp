@@ -35,7 +35,7 @@ std::string CountsText(const SVerdictCounts& counts, std::chrono::milliseconds d
     const std::uint64_t tests = counts.passed + counts.failed + counts.errors + counts.aborted;
     return Counted(tests, "test", "tests") + ": " + std::to_string(counts.passed) + " passed, " +
         std::to_string(counts.failed) + " failed, " + Counted(counts.errors, "error", "errors") + ", " +
-        std::to_string(counts.aborted) + " aborted, " + std::to_string(counts.notRun) + " not run" + "; " +
+        std::to_string(counts.aborted) + " aborted, " + std::to_string(counts.notRun) + " not run; " +
         std::string(FormatText("%.1f s", std::chrono::duration<double>(duration).count()));
 }
 
@@ -63,11 +63,6 @@ std::string ResultWord(const SRunEndEvent& end, bool isRefused)
 bool IsPrompt(const SViewedNode& node)
 {
     return node.element == "x:BooleanPopup" || node.element == "x:InfoPopup" || node.element == "x:SetPopup";
-}
-
-bool IsGroup(std::string_view element)
-{
-    return element == "x:Group" || element == "x:InitGroup" || element == "x:ExitGroup";
 }
 
 ZKColor ColorOf(const TLogColor& color)
