@@ -194,6 +194,7 @@ TEST_STATUS CCallTree::CallTree()
         return TestRunCleanup(Refuse());
     }
     const CUnlockGuard guard(m_Lock);
+    ReportLockTaken();
     return RunLocked();
 }
 

@@ -5,6 +5,7 @@
 #include <CoreKit/Time.h>
 #include <HostKit/AppState.h>
 #include <HostKit/Logger.h>
+#include <HostKit/TestCall.h>
 #include <HostKit/TestSuiteLog.h>
 #include <HostKit/UserInput.h>
 
@@ -251,7 +252,8 @@ bool CFunctionNode::CallWithParameters()
     if (parameters.empty())
     {
         HandOver();
-        return CallWithWords(m_Function, nullptr, std::index_sequence<>());
+        return CallTestFunction(m_Name,
+                                [this] { return CallWithWords(m_Function, nullptr, std::index_sequence<>()); });
     }
     if (parameters.size() > MAX_CALL_PARAMETERS)
     {
@@ -328,7 +330,8 @@ bool CFunctionNode::TimedCall(const StackBuffer<N>& buffer) const
 {
     LogPlain(LL_TRACE, "Function Start time : %s", MakeCurrentTimeString(TIME_FORMAT).c_str());
     HandOver();
-    return CallWithWords(m_Function, buffer.m_Slots.data(), std::make_index_sequence<N>());
+    return CallTestFunction(
+        m_Name, [&] { return CallWithWords(m_Function, buffer.m_Slots.data(), std::make_index_sequence<N>()); });
 }
 
 // ------------------------------------------------------------------------------------------------ a diagnostic run

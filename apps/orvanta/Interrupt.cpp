@@ -1,7 +1,5 @@
 #include "Interrupt.h"
 
-#include <Session/Session.h>
-
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -15,8 +13,8 @@ namespace
 constexpr int EXIT_GROUP_REQUEST = 2; ///< the one that ends the exit group as well
 constexpr int LAST_REQUEST = 3;
 
-std::atomic<CSession*> g_Session = nullptr;
-static_assert(std::atomic<CSession*>::is_always_lock_free);
+std::atomic<CStopReceiver*> g_Receiver = nullptr;
+static_assert(std::atomic<CStopReceiver*>::is_always_lock_free);
 
 /// Tells the operator what a request leads to; safe in a signal handler.
 void Acknowledge(std::string_view text)
@@ -27,28 +25,16 @@ void Acknowledge(std::string_view text)
     errno = callersError;
 }
 
-extern "C" void RequestStop(int signal)
+extern "C" void OnSignal(int signal)
 {
-    CSession* const session = g_Session.load();
-    if (!session)
+    CStopReceiver* const receiver = g_Receiver.load();
+    if (receiver && signal == SIGQUIT)
     {
-        return;
+        receiver->EndAtOnce(signal);
     }
-    session->RequestStop();
-    const int request = session->StopRequests();
-    if (request == 1)
+    else if (receiver)
     {
-        Acknowledge("\norvanta: aborting before the next step; once more to cut the exit group short too\n");
-    }
-    else if (request == EXIT_GROUP_REQUEST)
-    {
-        Acknowledge("\norvanta: cutting the exit group short; once more to end the process\n");
-    }
-    else if (request >= LAST_REQUEST)
-    {
-        Acknowledge("\n");
-        std::signal(signal, SIG_DFL);
-        std::raise(signal);
+        RequestStopOf(*receiver, signal);
     }
 }
 
@@ -59,8 +45,8 @@ struct SSignal
     struct sigaction users;
 };
 
-std::array g_Signals{SSignal{SIGINT, RequestStop, {}}, SSignal{SIGTERM, RequestStop, {}},
-                     SSignal{SIGHUP, RequestStop, {}}, SSignal{SIGPIPE, SIG_IGN, {}}};
+std::array g_Signals{SSignal{SIGINT, OnSignal, {}}, SSignal{SIGTERM, OnSignal, {}}, SSignal{SIGHUP, OnSignal, {}},
+                     SSignal{SIGQUIT, OnSignal, {}}, SSignal{SIGPIPE, SIG_IGN, {}}};
 sigset_t g_UsersMask;
 
 /// Sets the run's own handlers where others are in place.
@@ -100,6 +86,24 @@ void RestoreSignals()
 }
 } // namespace
 
+void RequestStopOf(CStopReceiver& receiver, int signal) noexcept
+{
+    const int request = receiver.CountStop();
+    if (request == 1)
+    {
+        Acknowledge("\norvanta: aborting before the next step; once more to cut the exit group short too\n");
+    }
+    else if (request == EXIT_GROUP_REQUEST)
+    {
+        Acknowledge("\norvanta: cutting the exit group short; once more to end the process\n");
+    }
+    else if (request >= LAST_REQUEST)
+    {
+        Acknowledge("\n");
+        receiver.EndAtOnce(signal);
+    }
+}
+
 CUserSignals::CUserSignals()
 {
     for (SSignal& signal : g_Signals)
@@ -114,16 +118,16 @@ CUserSignals::~CUserSignals()
     RestoreSignals();
 }
 
-CInterrupt::CInterrupt(CSession& session)
+CInterrupt::CInterrupt(CStopReceiver& receiver)
 {
-    g_Session = &session;
+    g_Receiver = &receiver;
     HandleSignals();
 }
 
 CInterrupt::~CInterrupt()
 {
     RestoreSignals();
-    g_Session = nullptr;
+    g_Receiver = nullptr;
 }
 
 void CInterrupt::Take(const SEvent& event)

@@ -2,10 +2,8 @@
 
 #include "Terminal.h"
 
-#include <HostKit/AppState.h>
-#include <HostKit/StopControl.h>
-
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <string_view>
 #include <utility>
@@ -115,8 +113,9 @@ bool CLineDialog::IsPossible()
     return std::unique_ptr<std::FILE, SClose>(std::fopen(TERMINAL, "r+e")) != nullptr;
 }
 
-CLineDialog::CLineDialog()
-    : m_Terminal(std::fopen(TERMINAL, "r+e"))
+CLineDialog::CLineDialog(CDialogWatch& watch)
+    : m_Watch(watch)
+    , m_Terminal(std::fopen(TERMINAL, "r+e"))
 {
     if (!m_Terminal)
     {
@@ -218,8 +217,7 @@ int CLineDialog::WaitForCharacter(wchar_t& character)
 {
     for (;;)
     {
-        const SHostServices& services = CAppState::Services();
-        if (services.Stop && services.Stop->IsDue(services.Run.InExitGroup))
+        if (m_Watch.IsOver())
         {
             return EndWith(ELineEnd::Interrupted);
         }
@@ -227,11 +225,16 @@ int CLineDialog::WaitForCharacter(wchar_t& character)
         {
             return EndWith(ELineEnd::TimedOut);
         }
-        pollfd input{fileno(m_Terminal.get()), POLLIN, 0};
+        std::array<pollfd, 2> inputs{pollfd{fileno(m_Terminal.get()), POLLIN, 0},
+                                     pollfd{m_Watch.Descriptor(), POLLIN, 0}};
         const timespec second = UntilNextSecond();
-        const int ready = ppoll(&input, 1, &second, &m_Signals->WhileWaiting());
+        const int ready = ppoll(inputs.data(), inputs.size(), &second, &m_Signals->WhileWaiting());
+        if (ready > 0 && inputs[1].revents != 0)
+        {
+            m_Watch.Serve();
+        }
         int result = 0;
-        if (ready > 0 && TakeByte(character, result))
+        if (ready > 0 && inputs[0].revents != 0 && TakeByte(character, result))
         {
             return result;
         }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DialogWatch.h"
 #include "TextLayout.h"
 
 #include <chrono>
@@ -19,7 +20,7 @@ enum class ELineEnd
     Typed,
     Closed, ///< Ctrl-D
     TimedOut,
-    Interrupted, ///< a stop request
+    Interrupted, ///< the watch said so
     Lost,        ///< there is no terminal any more
 };
 
@@ -62,7 +63,8 @@ public:
     /// Whether there is such a terminal.
     static bool IsPossible();
 
-    CLineDialog();
+    /// The watch outlives it.
+    explicit CLineDialog(CDialogWatch& watch);
     ~CLineDialog();
     CLineDialog(const CLineDialog&) = delete;
     CLineDialog& operator=(const CLineDialog&) = delete;
@@ -93,6 +95,7 @@ private:
     void Resume();
     void Redraw();
 
+    CDialogWatch& m_Watch;
     std::unique_ptr<std::FILE, SClose> m_Terminal;
     std::string m_Text;
     EditLine* m_Editor = nullptr;

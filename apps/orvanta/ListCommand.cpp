@@ -130,7 +130,7 @@ EExitCode ListSuites(const SOptions& options)
     }
     CTerminalReport problems(stdout, stderr, STerminalStyle{.level = LL_ALWAYS});
     std::vector<SSelectedSuite> suites = LoadAhead(*session, options.suites, options.selections);
-    const bool isUnmatched = ReportUnmatched(suites, options.selections);
+    const bool isUnmatched = ReportUnmatched(suites, options.selections, ReportError);
     EExitCode code = isUnmatched ? EExitCode::NothingRan : EExitCode::Passed;
     TJson array = TJson::array();
     for (std::size_t i = 0; i < options.suites.size(); ++i)

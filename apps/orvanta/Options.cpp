@@ -66,6 +66,20 @@ const char* UsageOf(ECommand command)
     return found == COMMANDS.end() ? GENERAL_USAGE : found->usage;
 }
 
+/// A number of seconds from 0 on, with decimals; none for any other text.
+std::optional<std::chrono::milliseconds> ReadSeconds(const std::string& text)
+{
+    constexpr double most = 1e9;
+    double seconds = 0;
+    const char* const last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, seconds);
+    if (error != std::errc() || end != last || !(seconds >= 0) || seconds > most)
+    {
+        return std::nullopt;
+    }
+    return std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
+}
+
 /// Help in the house's words: the usage line of the commands' table in place of a generated one.
 class CHelpFormatter : public CLI::Formatter
 {
@@ -112,6 +126,9 @@ private:
     static void AddWhen(CLI::App& app, const char* name, EWhen& target, const char* description);
     void AddMeta(CLI::App& app);
     void AddWait(CLI::App& app);
+    static CLI::Option* AddLimit(CLI::App& app, const char* name, const char* description,
+                                 const std::function<void(std::chrono::milliseconds)>& store);
+    void AddProcess(CLI::App& app);
     void ShowHelp();
 
     SOptions& m_Options;
@@ -183,6 +200,7 @@ void CCommandLine::AddRunOptions(CLI::App& app)
     AddText(app, "--save-answers", m_Options.saveAnswers, "FILE", "Write the answers given, as such a list");
     app.add_flag("--unattended", m_Options.unattended,
                  "Never ask at the terminal; a prompt without an\nanswer aborts the run");
+    AddProcess(app);
     AddMeta(app);
     AddText(app, "--record", m_Options.record, "FILE", "Write the run record, as JSON Lines");
     AddText(app, "--log", m_Options.log, "FILE", "Write the complete log, as text");
@@ -277,20 +295,51 @@ void CCommandLine::AddWait(CLI::App& app)
 {
     const auto wait = [this](const std::string& text)
     {
-        constexpr double most = 1e9;
-        double seconds = 0;
-        const char* const last = text.data() + text.size();
-        const auto [end, error] = std::from_chars(text.data(), last, seconds);
-        if (text != WAIT_FOR_EVER && (error != std::errc() || end != last || !(seconds >= 0) || seconds > most))
+        const std::optional<std::chrono::milliseconds> time =
+            text == WAIT_FOR_EVER ? std::chrono::milliseconds::max() : ReadSeconds(text);
+        if (!time)
         {
             throw CLI::ValidationError("--wait '" + text + "' is no number of seconds");
         }
-        m_Options.lockWait = text == WAIT_FOR_EVER
-            ? std::chrono::milliseconds::max()
-            : std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
+        m_Options.lockWait = time;
     };
     app.add_option_function<std::string>("--wait", wait,
                                          "Wait for the execution lock, for ever or, with\n--wait=S, so many seconds");
+}
+
+CLI::Option* CCommandLine::AddLimit(CLI::App& app, const char* name, const char* description,
+                                    const std::function<void(std::chrono::milliseconds)>& store)
+{
+    const auto read = [name, store](const std::string& text)
+    {
+        const std::optional<std::chrono::milliseconds> time = ReadSeconds(text);
+        if (!time || time->count() == 0)
+        {
+            throw CLI::ValidationError(std::string(name) + " '" + text + "' is no number of seconds above 0");
+        }
+        store(*time);
+    };
+    return app.add_option_function<std::string>(name, read, description)->type_name("S");
+}
+
+/// How the process that runs the suites is kept in hand.
+void CCommandLine::AddProcess(CLI::App& app)
+{
+    CLI::Option* const inProcess = app.add_flag("--in-process", m_Options.inProcess,
+                                                "Run in this very process, for debuggers: a crash\nends everything");
+    const std::array guarded{
+        AddLimit(app, "--test-timeout", "Leave a test function after so many seconds",
+                 [this](std::chrono::milliseconds time) { m_Options.limits.call = time; }),
+        AddLimit(app, "--run-timeout", "Stop the whole run after so many seconds",
+                 [this](std::chrono::milliseconds time) { m_Options.limits.run = time; }),
+        AddLimit(app, "--exit-timeout", "What the rest of a run may take after a crash or\na limit (default 60)",
+                 [this](std::chrono::milliseconds time) { m_Options.exitTimeout = time; }),
+        app.add_flag("--protocol", m_Options.protocol,
+                     "Speak the record on stdout and take answers on\nstdin, for programs")};
+    for (CLI::Option* const option : guarded)
+    {
+        option->excludes(inProcess);
+    }
 }
 
 /// The selection options as one list, in the order in which they stand on the command line.

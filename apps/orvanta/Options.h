@@ -3,6 +3,7 @@
 #include "ExitCode.h"
 
 #include <HostKit/AppState.h>
+#include <HostKit/CrashGuard.h>
 #include <HostKit/LogTypes.h>
 #include <Session/Setup.h>
 
@@ -47,6 +48,10 @@ struct SOptions
     std::optional<std::string> answers;
     std::optional<std::string> saveAnswers;
     bool unattended = false;
+    bool protocol = false;
+    bool inProcess = false;
+    STimeLimits limits;
+    std::chrono::milliseconds exitTimeout{std::chrono::seconds(60)};
     std::optional<std::string> record;
     std::optional<std::string> log;
     ELogLevel logLevel = LL_WARNING;

@@ -19,6 +19,12 @@ public:
     /// Counts; nothing is drawn. The view has seen the event already.
     void Take(const SEvent& event);
 
+    /// How long the run has lasted, by its events.
+    std::chrono::milliseconds Elapsed() const
+    {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(m_Now - m_Begin);
+    }
+
     /// Makes room; nothing is drawn until `Draw`.
     void Erase();
     /// Shows how things stand now; nothing when no suite runs.

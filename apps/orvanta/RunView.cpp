@@ -8,6 +8,7 @@ std::string ParentPath(const std::string& path)
 {
     return path.substr(0, path.rfind('/'));
 }
+} // namespace
 
 bool IsBelow(std::string_view path, std::string_view ancestor)
 {
@@ -15,7 +16,6 @@ bool IsBelow(std::string_view path, std::string_view ancestor)
         ? path != "/"
         : path.size() > ancestor.size() && path.starts_with(ancestor) && path[ancestor.size()] == '/';
 }
-} // namespace
 
 bool IsGroup(std::string_view element)
 {
@@ -44,6 +44,7 @@ void CRunView::On(const SRunStartEvent& start)
 {
     *this = CRunView();
     m_File = start.file;
+    m_IsInRun = true;
 }
 
 void CRunView::On(const SNodeEvent& event)
@@ -109,9 +110,9 @@ void CRunView::On(const SNotRunEvent& notRun)
 void CRunView::On(const SRunEndEvent& /*end*/)
 {
     m_Running.clear();
+    m_IsInRun = false;
 }
 
-/// A node that the record did not announce is called after its path.
 SViewedNode& CRunView::Have(const std::string& path)
 {
     SViewedNode*& node = m_ByPath[path];

@@ -32,6 +32,9 @@ struct SViewedNode
 /// Whether an element is a group of one of the three kinds.
 bool IsGroup(std::string_view element);
 
+/// Whether a node is somewhere below another one, by their paths.
+bool IsBelow(std::string_view path, std::string_view ancestor);
+
 /// Follows the events of one run after the other: which nodes there are, what executes now and in which passes of its
 /// loops. Nodes live until the next run starts.
 class CRunView
@@ -42,6 +45,10 @@ public:
 
     const std::string& File() const { return m_File; }
     std::uint64_t Tests() const { return m_Tests; } ///< selected
+    /// From a run's start to its end.
+    bool IsInRun() const { return m_IsInRun; }
+    /// A node that the record did not announce is called after its path.
+    SViewedNode& Have(const std::string& path);
     /// The node of an event that was taken.
     const SViewedNode& Node(const std::string& path) const { return *m_ByPath.at(path); }
     /// The executing node that was entered last, null for none.
@@ -72,9 +79,8 @@ private:
     void On(const SNotRunEvent& notRun);
     void On(const SRunEndEvent& end);
 
-    SViewedNode& Have(const std::string& path);
-
     std::string m_File;
+    bool m_IsInRun = false;
     std::deque<SViewedNode> m_Nodes;
     std::unordered_map<std::string, SViewedNode*> m_ByPath;
     std::vector<SRunning> m_Running; ///< from the root inwards

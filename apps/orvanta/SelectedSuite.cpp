@@ -1,7 +1,5 @@
 #include "SelectedSuite.h"
 
-#include "Terminal.h"
-
 #include <algorithm>
 
 namespace
@@ -40,7 +38,8 @@ bool IsLeftOut(const SSelectedSuite& suite, const std::vector<SSelection>& selec
                      { return selection.select && Matches(suite, selection.pattern); });
 }
 
-bool ReportUnmatched(const std::vector<SSelectedSuite>& suites, const std::vector<SSelection>& selections)
+bool ReportUnmatched(const std::vector<SSelectedSuite>& suites, const std::vector<SSelection>& selections,
+                     const std::function<void(const std::string&)>& report)
 {
     bool isReported = false;
     const bool isLoaded =
@@ -52,7 +51,7 @@ bool ReportUnmatched(const std::vector<SSelectedSuite>& suites, const std::vecto
                         [&](const SSelectedSuite& suite) { return Matches(suite, selection.pattern); });
         if (isLoaded && !isMatched)
         {
-            ReportError("no node matches '" + selection.pattern + "'; 'orvanta list' shows the nodes");
+            report("no node matches '" + selection.pattern + "'; 'orvanta list' shows the nodes");
             isReported = true;
         }
     }

@@ -2,6 +2,7 @@
 
 #include <Session/Session.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,4 +24,5 @@ SSelectedSuite LoadSelected(CSession& session, const std::string& file, const st
 bool IsLeftOut(const SSelectedSuite& suite, const std::vector<SSelection>& selections);
 
 /// Reports the patterns that match in none of the suites; false when there is none, or when no suite was loaded.
-bool ReportUnmatched(const std::vector<SSelectedSuite>& suites, const std::vector<SSelection>& selections);
+bool ReportUnmatched(const std::vector<SSelectedSuite>& suites, const std::vector<SSelection>& selections,
+                     const std::function<void(const std::string&)>& report);

@@ -1,5 +1,7 @@
 #include "SetupOf.h"
 
+#include "Terminal.h"
+
 #include <CoreKit/Exceptions.h>
 
 #include <QFile>
@@ -42,4 +44,14 @@ SSetup SetupOf(const SOptions& options)
         ? "the run is unattended (--unattended), and no list of answers (--answers)"
         : "there is no terminal, and no list of answers (--answers)";
     return setup;
+}
+
+STerminalStyle StyleOf(const SOptions& options, bool asksAtTerminal)
+{
+    STerminalStyle style;
+    style.level = options.logLevel;
+    style.color = InForce(options.color, stdout);
+    style.progress = InForce(options.progress, stderr);
+    style.showsDialogs = asksAtTerminal;
+    return style;
 }

@@ -106,6 +106,7 @@ CTerminalReport::CTerminalReport(std::FILE* stream, std::FILE* errors, const STe
     , m_Style(style)
     , m_Progress(errors, style.progress, m_View)
     , m_Output(stream, style.color, m_Progress)
+    , m_ErrorOutput(errors, false, m_Progress)
 {
 }
 
@@ -117,12 +118,22 @@ void CTerminalReport::Take(const SEvent& event)
         m_NotPassed = CNotPassedList();
         m_Refused = false;
         m_FirstBad.clear();
+        m_RunCounts = {};
         m_Shares.clear();
         m_Shortened.clear();
         m_InRun = true;
     }
     m_View.Take(event);
     m_Progress.Take(event);
+    if (!std::holds_alternative<SOutputEvent>(event.what))
+    {
+        m_ErrorOutput.EndLine();
+        if (m_OutputOpen)
+        {
+            m_Output.EndLine();
+        }
+        m_OutputOpen = false;
+    }
     if (wasInLoop && !m_View.InLoop() && !IsQuiet())
     {
         SumUpShortened();
@@ -189,6 +200,41 @@ void CTerminalReport::On(const SHeadlineEvent& headline)
     m_Output.Line(PrintableLine(headline.text), headline.emphasis == UI_EMPHASIS_FAILURE ? BAD_NEWS : GOOD_NEWS);
 }
 
+/// What test code wrote itself, line for line, as far as it is there.
+void CTerminalReport::On(const SOutputEvent& output)
+{
+    if (IsQuiet())
+    {
+        return;
+    }
+    const bool isError = output.stream == EOutputStream::StdErr;
+    CTerminalOutput& other = isError ? m_Output : m_ErrorOutput;
+    CTerminalOutput& shown = isError ? m_ErrorOutput : m_Output;
+    other.EndLine();
+    if (!isError && !m_OutputOpen)
+    {
+        shown.EndLine();
+    }
+    const bool endsLine = output.text.ends_with('\n');
+    shown.Write(PrintableText(std::string_view(output.text).substr(0, output.text.size() - (endsLine ? 1 : 0))), {},
+                endsLine);
+    m_OutputOpen = !isError && !endsLine;
+}
+
+void CTerminalReport::On(const SVanishedEvent& vanished)
+{
+    if (!m_InRun)
+    {
+        return;
+    }
+    m_RunCounts.errors += !vanished.path.empty() && m_View.Have(vanished.path).test ? 1U : 0U;
+    m_NotPassed.ShowNotPassed(m_Output);
+    Line(m_View.File() + ": ended by a process that vanished: " + CountsText(m_RunCounts, m_Progress.Elapsed()));
+    Add(m_Counts, m_RunCounts);
+    m_Duration += m_Progress.Elapsed();
+    m_InRun = false;
+}
+
 void CTerminalReport::On(const SNotRunEvent& notRun)
 {
     m_NotPassed.Add(notRun, m_View);
@@ -224,7 +270,7 @@ void CTerminalReport::Finish()
 std::string CTerminalReport::Running() const
 {
     const SViewedNode* const node = m_View.Innermost();
-    return node ? TitleAndPlace(m_View.TitleInPasses(*node), *node, m_View) : m_View.File();
+    return node ? TitleAndPlace(m_View.TitleInPasses(*node), *node, m_View) : std::string();
 }
 
 void CTerminalReport::Line(std::string_view text)
@@ -262,6 +308,10 @@ void CTerminalReport::On(const SVerdictEvent& verdict)
 {
     const SViewedNode& node = m_View.Node(verdict.path);
     const bool isPassed = verdict.verdict == EVerdict::Passed;
+    if (verdict.test)
+    {
+        m_RunCounts.Count(verdict);
+    }
     if (!isPassed)
     {
         m_NotPassed.Add(verdict, m_View);

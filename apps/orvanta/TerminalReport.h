@@ -41,7 +41,7 @@ public:
     /// The last line, over all suites.
     void Finish();
 
-    /// What executes now: its title, its path and its place in the file.
+    /// What executes now: its title, its path and its place in the file; empty when nothing does.
     std::string Running() const;
 
     /// Erased by whoever else writes to the terminal.
@@ -84,6 +84,8 @@ private:
     void On(const SAbortEvent& abort);
     void On(const SLockEvent& lock);
     void On(const SHeadlineEvent& headline);
+    void On(const SOutputEvent& output);
+    void On(const SVanishedEvent& vanished);
     void On(const SNotRunEvent& notRun);
     void On(const SRunEndEvent& end);
 
@@ -100,6 +102,7 @@ private:
     CRunView m_View;
     CProgressLine m_Progress;
     CTerminalOutput m_Output;
+    CTerminalOutput m_ErrorOutput; ///< what test code writes there
     CNotPassedList m_NotPassed;                              ///< of this run
     std::unordered_map<const SViewedNode*, SShare> m_Shares; ///< of this run
     std::vector<const SViewedNode*> m_Shortened;             ///< in the loop that runs
@@ -110,8 +113,10 @@ private:
 
     std::vector<SLogEvent> m_LoadErrors; ///< shown once the suite proves to be loaded
     bool m_InRun = false;
+    bool m_OutputOpen = false; ///< test code has not ended its line
 
     std::uint64_t m_Suites = 0;
-    SVerdictCounts m_Counts; ///< of all suites
+    SVerdictCounts m_RunCounts; ///< of this run, so far
+    SVerdictCounts m_Counts;    ///< of all suites
     std::chrono::milliseconds m_Duration{};
 };

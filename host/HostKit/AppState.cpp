@@ -1,4 +1,5 @@
 #include <HostKit/AppState.h>
+#include <HostKit/ServiceThread.h>
 #include <HostKit/TestSuiteLog.h>
 
 #include <CoreKit/Exceptions.h>
@@ -28,6 +29,7 @@ SHostServices::~SHostServices() = default;
 
 SHostServices* CAppState::Install(SHostServices* services)
 {
+    OwnServices();
     return std::exchange(g_Services, services);
 }
 

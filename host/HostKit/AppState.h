@@ -16,6 +16,7 @@
 class CAppSettings;
 class CDocumentSource;
 class CStopControl;
+class CTestCallGuard;
 class CTestLog;
 class CTestSuiteLog;
 class CUserInput;
@@ -90,6 +91,7 @@ struct HOSTKIT_EXPORT SHostServices
     CHostListeners Listeners;
     CUIUpdate UIUpdate;
     CStopControl* Stop = nullptr;      ///< may stay null: nothing but aborts stops a run
+    CTestCallGuard* Guard = nullptr;   ///< may stay null: test functions are called straight
     CQtSignaler* QtSignaler = nullptr; ///< null: one of the set's own
     std::shared_ptr<CDOMParser> Parser;
     std::shared_ptr<const CDocumentSource> Document; ///< a file read already, for documents of that path; may be null

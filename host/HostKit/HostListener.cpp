@@ -47,6 +47,8 @@ void CHostListener::LibraryNotOpened() {}
 
 void CHostListener::LockAwaited() {}
 
+void CHostListener::LockTaken() {}
+
 void CHostListener::HandOver() {}
 
 void CHostListeners::Add(CHostListener& listener)

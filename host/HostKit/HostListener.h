@@ -57,6 +57,7 @@ public:
     virtual void CallLeftOut(TNodeId node);
     virtual void LibraryNotOpened();
     virtual void LockAwaited();
+    virtual void LockTaken();
 
     /// Whatever the listener has gathered has to reach the system now.
     virtual void HandOver();

@@ -103,6 +103,15 @@ void WriteLog(LOG_TYPE type, ELogLevel level, const CFormatInfo& format, std::st
     CAppState::Log().DoWrite(type, level, isDefault ? nullptr : &format, text);
 }
 
+void LogWarning(std::string_view text)
+{
+    WriteLog(TS_NONE, LL_WARNING, DefaultWarningFormat(), text);
+    if (CTestLog* log = CAppState::CurrentTestLog())
+    {
+        log->CountWarning();
+    }
+}
+
 void LogDefault(TEST_STATUS status, const char* format, ...)
 {
     std::va_list arguments;

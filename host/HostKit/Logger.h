@@ -47,5 +47,8 @@ HOSTKIT_EXPORT void FlushOutput(bool complete);
 /// knows this rule.
 HOSTKIT_EXPORT void WriteLog(LOG_TYPE type, ELogLevel level, const CFormatInfo& format, std::string_view text);
 
+/// Writes a warning and counts it in the current test log.
+HOSTKIT_EXPORT void LogWarning(std::string_view text);
+
 /// Writes an entry, formatted printf-style, at the default level and in the default format of its status.
 HOSTKIT_EXPORT void LogDefault(TEST_STATUS status, const char* format, ...) __attribute__((format(printf, 2, 3)));

@@ -73,6 +73,11 @@ void ReportLockAwaited()
     Tell(&CHostListener::LockAwaited);
 }
 
+void ReportLockTaken()
+{
+    Tell(&CHostListener::LockTaken);
+}
+
 void ReportRunLeft()
 {
     FailRun();
@@ -106,6 +111,17 @@ void RaiseUserAbort(std::string_view text, EAbortCause cause)
 {
     ReportAbort(cause, text);
     throw ZKUserAbort(text);
+}
+
+void RaiseUnanswered(const SPrompt& prompt, std::string_view reason)
+{
+    RaiseUserAbort("The prompt \"" + prompt.text + "\" cannot be answered: " + std::string(reason) + '.',
+                   EAbortCause::Unanswered);
+}
+
+std::string InterruptedAt(const SPrompt& prompt)
+{
+    return "Interrupted at the prompt \"" + prompt.text + "\".";
 }
 
 void BeginStep()

@@ -3,8 +3,10 @@
 #include <HostKit/HostKitExport.h>
 
 #include <CoreKit/AbortCause.h>
+#include <CoreKit/Prompt.h>
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 /// Number of a node in its tree, in the order in which the nodes were built; the root's is 0.
@@ -39,6 +41,8 @@ HOSTKIT_EXPORT void ReportCallLeftOut(TNodeId node);
 HOSTKIT_EXPORT void ReportLibraryNotOpened();
 /// The execution lock is held by another run, and this one waits for it.
 HOSTKIT_EXPORT void ReportLockAwaited();
+/// The execution lock is this run's.
+HOSTKIT_EXPORT void ReportLockTaken();
 /// Something other than an abort leaves the run itself.
 HOSTKIT_EXPORT void ReportRunLeft();
 /// The run is being stopped.
@@ -52,6 +56,11 @@ HOSTKIT_EXPORT void HandOver();
 
 /// Reports an abort and throws `ZKUserAbort` with the text.
 [[noreturn]] HOSTKIT_EXPORT void RaiseUserAbort(std::string_view text, EAbortCause cause = EAbortCause::Operator);
+
+/// Aborts the run because nobody can answer a prompt, and why.
+[[noreturn]] HOSTKIT_EXPORT void RaiseUnanswered(const SPrompt& prompt, std::string_view reason);
+/// What an abort says that a stop request brings about at a prompt.
+HOSTKIT_EXPORT std::string InterruptedAt(const SPrompt& prompt);
 
 /// Opens a node's run: lets everything written so far reach those who look, then raises the abort that was asked for,
 /// if it has come to that. The one place where a run is stopped.

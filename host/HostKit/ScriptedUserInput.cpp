@@ -16,9 +16,7 @@ TPromptAnswer CScriptedUserInput::Ask(const SPrompt& prompt)
     ++m_Taken;
     if (m_Answers.empty() && !m_WhenExhausted.empty())
     {
-        RaiseUserAbort(
-            FormatText("The prompt \"%s\" cannot be answered: %s.", prompt.text.c_str(), m_WhenExhausted.c_str()),
-            EAbortCause::Unanswered);
+        RaiseUnanswered(prompt, m_WhenExhausted);
     }
     if (m_Answers.empty())
     {

@@ -1,6 +1,8 @@
 #include <HostKit/AppState.h>
 #include <HostKit/Logger.h>
 #include <HostKit/RunFacts.h>
+#include <HostKit/ServiceThread.h>
+#include <HostKit/TestCall.h>
 #include <HostKit/TestSuiteLog.h>
 
 #include <CoreKit/ArgumentsEnd.h>
@@ -9,12 +11,62 @@
 #include <zk/test.h>
 
 #include <algorithm>
+#include <cstdlib>
+
+#include <pthread.h>
+#include <unistd.h>
 
 namespace
 {
 __attribute__((format(printf, 1, 0))) CSafeString FormatOrEmpty(const char* format, std::va_list arguments)
 {
     return format ? FormatTextV(format, arguments) : CSafeString();
+}
+
+/// Test code is inside a service while it lives.
+class CServiceCall
+{
+public:
+    explicit CServiceCall(CTestCallGuard* guard)
+        : m_Guard(guard)
+    {
+        if (m_Guard)
+        {
+            m_Guard->EnterService();
+        }
+    }
+    ~CServiceCall()
+    {
+        if (m_Guard)
+        {
+            m_Guard->LeaveService();
+        }
+    }
+    CServiceCall(const CServiceCall&) = delete;
+    CServiceCall& operator=(const CServiceCall&) = delete;
+
+private:
+    CTestCallGuard* m_Guard;
+};
+
+/// Does what test code asks a service for, unless it comes from where services do not work.
+template <class Body>
+void Serve(const Body& body)
+{
+    if (IdentifyCaller() != ECaller::Own)
+    {
+        return;
+    }
+    CTestCallGuard* const guard = CAppState::Services().Guard;
+    {
+        const CServiceCall call(guard);
+        body();
+        HandOver();
+    }
+    if (guard)
+    {
+        guard->ReturnFromService();
+    }
 }
 } // namespace
 
@@ -23,9 +75,12 @@ void zk_log(std::uint32_t level, const char* format, ...)
     std::va_list arguments;
     va_start(arguments, format);
     const CArgumentsEnd end(arguments);
-    const auto known = static_cast<ELogLevel>(std::min<std::uint32_t>(level, LL_DETAIL));
-    WriteLog(TS_NONE, known, ZKLogger::GetDefaultFormat(TS_NONE), FormatOrEmpty(format, arguments));
-    HandOver();
+    Serve(
+        [&]
+        {
+            const auto known = static_cast<ELogLevel>(std::min<std::uint32_t>(level, LL_DETAIL));
+            WriteLog(TS_NONE, known, ZKLogger::GetDefaultFormat(TS_NONE), FormatOrEmpty(format, arguments));
+        });
 }
 
 void zk_warning(const char* format, ...)
@@ -33,12 +88,7 @@ void zk_warning(const char* format, ...)
     std::va_list arguments;
     va_start(arguments, format);
     const CArgumentsEnd end(arguments);
-    WriteLog(TS_NONE, LL_WARNING, DefaultWarningFormat(), FormatOrEmpty(format, arguments));
-    if (CTestLog* log = CAppState::CurrentTestLog())
-    {
-        log->CountWarning();
-    }
-    HandOver();
+    Serve([&] { LogWarning(FormatOrEmpty(format, arguments)); });
 }
 
 void zk_failure(const char* format, ...)
@@ -46,8 +96,7 @@ void zk_failure(const char* format, ...)
     std::va_list arguments;
     va_start(arguments, format);
     const CArgumentsEnd end(arguments);
-    LogDefault(TS_FAILED, "%s", FormatOrEmpty(format, arguments).c_str());
-    HandOver();
+    Serve([&] { LogDefault(TS_FAILED, "%s", FormatOrEmpty(format, arguments).c_str()); });
 }
 
 void zk_error(const char* format, ...)
@@ -55,11 +104,20 @@ void zk_error(const char* format, ...)
     std::va_list arguments;
     va_start(arguments, format);
     const CArgumentsEnd end(arguments);
-    LogDefault(TS_ERROR, "%s", FormatOrEmpty(format, arguments).c_str());
-    HandOver();
+    Serve([&] { LogDefault(TS_ERROR, "%s", FormatOrEmpty(format, arguments).c_str()); });
 }
 
 void zk_abort(const char* text)
 {
+    switch (IdentifyCaller())
+    {
+    case ECaller::Thread:
+        pthread_exit(nullptr);
+    case ECaller::Process:
+        _exit(EXIT_FAILURE);
+    case ECaller::Own:
+        break;
+    }
+    const CServiceCall call(CAppState::Services().Guard);
     RaiseUserAbort(CSafeString(text), EAbortCause::Library);
 }

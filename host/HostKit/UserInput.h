@@ -82,14 +82,14 @@ public:
     /// A test function has ended.
     virtual void FunctionFinished();
 
+    /// Why a prompt cannot be answered like that; empty when it can.
+    static std::string Misfit(const SPrompt& prompt, const TPromptAnswer& answer);
+
 protected:
     /// Puts the question and gives the answer: a bool or a number within the bounds as the prompt's kind has it, `Ok`
     /// for an information box, else one of the other ends. Any other answer is an error of the dialog and thrown as
     /// `ZKRunTimeException`. `Abort` aborts the run, as `RaiseUserAbort` with a text of the dialog's own does.
     virtual TPromptAnswer Ask(const SPrompt& prompt) = 0;
-
-    /// Why a prompt cannot be answered like that; empty when it can.
-    static std::string Misfit(const SPrompt& prompt, const TPromptAnswer& answer);
 
 private:
     /// Shows a prompt from its opening to its end; `store` is called with an answer that fits, before the listeners

@@ -254,6 +254,27 @@ struct SVerdictCounts
     std::uint64_t aborted = 0;
     std::uint64_t notRun = 0; ///< tests that never executed
     std::uint64_t warned = 0; ///< with warnings, whatever the verdict
+
+    /// Counts the verdict on an execution of a test.
+    void Count(const SVerdictEvent& verdict)
+    {
+        warned += verdict.warnings > 0 ? 1U : 0U;
+        switch (verdict.verdict)
+        {
+        case EVerdict::Passed:
+            ++passed;
+            break;
+        case EVerdict::Failed:
+            ++failed;
+            break;
+        case EVerdict::Error:
+            ++errors;
+            break;
+        case EVerdict::Aborted:
+            ++aborted;
+            break;
+        }
+    }
 };
 
 struct SRunEndEvent

@@ -31,7 +31,7 @@ bool TakeOver(int file)
 
 CLineFile::CLineFile(const std::string& path)
     : m_Path(path)
-    , m_File(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666))
+    , m_File(open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666))
     , m_Process(getpid())
 {
     if (m_File >= 0 && TakeOver(m_File))
@@ -85,13 +85,17 @@ void CLineFile::HandOver()
             TakeBackPiece(std::string_view(m_Gathered).substr(0, m_Gathered.size() - rest.size()));
         }
     }
-    m_Length += static_cast<std::int64_t>(m_Gathered.size());
     m_Gathered.clear();
 }
 
 std::string CLineFile::WriteError() const
 {
     return m_Error == 0 ? "" : "cannot write " + m_Path + ": " + std::strerror(m_Error);
+}
+
+void CLineFile::Adopt()
+{
+    m_Process = getpid();
 }
 
 bool CLineFile::IsOwner() const
@@ -102,6 +106,12 @@ bool CLineFile::IsOwner() const
 void CLineFile::TakeBackPiece(std::string_view written)
 {
     const std::size_t whole = written.rfind('\n') + 1; // 0 when there is none
-    // Fails for what is no regular file; there the piece stays.
-    static_cast<void>(!ftruncate(m_File, m_Length + static_cast<std::int64_t>(whole)));
+    struct stat state
+    {
+    };
+    if (fstat(m_File, &state) == 0)
+    {
+        // Fails for what is no regular file; there the piece stays.
+        static_cast<void>(!ftruncate(m_File, state.st_size - static_cast<off_t>(written.size() - whole)));
+    }
 }

@@ -12,7 +12,7 @@
 /// handed over before a crash or a kill stands. The constructor replaces an existing file; it throws
 /// `ZKRunTimeException`, naming path and reason, when it cannot, and leaves a file alone that another run is writing. A
 /// failed write is remembered, takes back the piece of line it left, and is the file's last. In a process forked from
-/// the one that made it, a file does nothing.
+/// the one that made it, a file does nothing until that process adopts it; then both may write whole lines.
 class REPORTS_EXPORT CLineFile
 {
 public:
@@ -27,6 +27,12 @@ public:
     /// Gives the system what was gathered, in one write unless it takes only a part.
     void HandOver();
 
+    /// This process, forked from the one that made the file, writes it too.
+    void Adopt();
+    int Descriptor() const { return m_File; }
+    /// The same file under another number; the one before is left as it is.
+    void Descriptor(int file) { m_File = file; }
+
     const std::string& Path() const { return m_Path; }
     /// What kept the file from being complete; empty when nothing did.
     std::string WriteError() const;
@@ -37,7 +43,6 @@ private:
 
     std::string m_Path;
     std::string m_Gathered; ///< whole lines
-    std::int64_t m_Length = 0;
     int m_Error = 0; ///< an `errno`
     int m_File;
     pid_t m_Process;

@@ -18,6 +18,8 @@ public:
     void Take(const SEvent& event) override;
     void HandOver() override;
 
+    /// The file beneath, for processes that share it.
+    CLineFile& File() { return m_File; }
     const std::string& Path() const { return m_File.Path(); }
     std::string WriteError() const { return m_File.WriteError(); }
 

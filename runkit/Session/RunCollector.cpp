@@ -2,7 +2,9 @@
 
 #include <Session/LockInfo.h>
 
+#include <HostKit/AppState.h>
 #include <HostKit/Logger.h>
+#include <HostKit/StopControl.h>
 #include <Orvanta/CallTree.h>
 
 #include <utility>
@@ -92,6 +94,16 @@ void CRunCollector::Printed(ELogLevel level, bool line, std::string_view text)
 void CRunCollector::TestLogAdded(std::string_view text, bool isTest, bool isSeparator)
 {
     Emit(STestLogEvent{std::string(text), isTest, isSeparator});
+}
+
+/// Before every step and before the run is summed up: a stop that was requested elsewhere makes it an aborted one.
+void CRunCollector::OutputFlushed(bool /*complete*/)
+{
+    const CStopControl* const stop = CAppState::Services().Stop;
+    if (stop && stop->Requests() > 0)
+    {
+        CCallTree::Cancel(true);
+    }
 }
 
 void CRunCollector::HeadlineShown(std::string_view text, std::uint32_t emphasis)

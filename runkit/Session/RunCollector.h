@@ -34,6 +34,7 @@ public:
     void LogWritten(const SLogEntry& entry) override;
     void Printed(ELogLevel level, bool line, std::string_view text) override;
     void TestLogAdded(std::string_view text, bool isTest, bool isSeparator) override;
+    void OutputFlushed(bool complete) override;
     void HeadlineShown(std::string_view text, std::uint32_t emphasis) override;
     void PromptOpened(std::uint64_t id, const SPrompt& prompt) override;
     void PromptEnded(std::uint64_t id, const SPrompt& prompt, const TPromptAnswer& answer) override;

@@ -5,25 +5,9 @@
 void CRunTally::Count(const SVerdictEvent& verdict)
 {
     m_BadVerdict = m_BadVerdict || verdict.verdict != EVerdict::Passed;
-    if (!verdict.test)
+    if (verdict.test)
     {
-        return;
-    }
-    m_Counts.warned += verdict.warnings > 0 ? 1 : 0;
-    switch (verdict.verdict)
-    {
-    case EVerdict::Passed:
-        ++m_Counts.passed;
-        break;
-    case EVerdict::Failed:
-        ++m_Counts.failed;
-        break;
-    case EVerdict::Error:
-        ++m_Counts.errors;
-        break;
-    case EVerdict::Aborted:
-        ++m_Counts.aborted;
-        break;
+        m_Counts.Count(verdict);
     }
 }
 
@@ -32,6 +16,10 @@ void CRunTally::Aborted(EAbortCause cause, std::string_view text)
     if (!m_Abort)
     {
         m_Abort = SAbortEvent{std::string(text), cause};
+    }
+    if (!m_Breakdown && (cause == EAbortCause::Crash || cause == EAbortCause::Limit))
+    {
+        m_Breakdown = SAbortEvent{std::string(text), cause};
     }
 }
 

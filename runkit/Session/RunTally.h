@@ -24,6 +24,8 @@ public:
     bool HasFailed() const { return m_LoggedFailure || m_BadVerdict || m_Abort.has_value(); }
     /// Why the run was stopped; none when it was not.
     const std::optional<SAbortEvent>& Abort() const { return m_Abort; }
+    /// The crash or time limit that stopped the run; none when there was none.
+    const std::optional<SAbortEvent>& Breakdown() const { return m_Breakdown; }
     const SVerdictCounts& Counts() const { return m_Counts; }
     /// Of tests, whatever they came to.
     std::uint64_t Executions() const { return m_Counts.passed + m_Counts.failed + m_Counts.errors + m_Counts.aborted; }
@@ -36,6 +38,7 @@ private:
 
     SVerdictCounts m_Counts;
     std::optional<SAbortEvent> m_Abort;
+    std::optional<SAbortEvent> m_Breakdown;
     bool m_InitializationFailed = false;
     bool m_LibraryNotOpened = false;
     bool m_LoggedFailure = false;

@@ -12,6 +12,7 @@
 #include <HostKit/DocumentSource.h>
 #include <HostKit/ScriptedUserInput.h>
 #include <HostKit/StopControl.h>
+#include <HostKit/TestCall.h>
 #include <HostKit/TestSuiteFilters.h>
 #include <Orvanta/CallTree.h>
 
@@ -198,6 +199,7 @@ CSession::SState::SState(SSetup sessionSetup)
     : setup(std::move(sessionSetup))
     , settings(MakeSettings(setup.settings))
     , settingsProblems(FindSettingsProblems(setup.settings))
+    , stop(setup.stopRequests)
 {
     std::error_code ignored; // without a folder to start in, only absolute paths lead anywhere
     startFolder = std::filesystem::current_path(ignored);
@@ -322,11 +324,16 @@ std::unique_ptr<CSuite> CSession::LoadSuite(const std::string& file)
     services.CustomConfiguration = &m_State->configuration;
     services.Parser = m_State->parser;
     services.Stop = &m_State->stop;
+    services.Guard = m_State->setup.guard;
     services.Settings.CurrentFilter = m_State->currentFilter;
     services.Settings.ExecutionType = m_State->setup.executionType;
     services.Settings.TestSuiteMode = m_State->setup.debug ? MODE_DEBUG : MODE_NORMAL;
     services.Settings.LogVerbosity = m_State->setup.logLevel;
     services.Listeners.Add(suite->collector);
+    if (services.Guard)
+    {
+        services.Listeners.Add(*services.Guard);
+    }
     const CScopedServices installed(services);
     m_State->Equip(*suite);
     m_State->Load(*suite);
@@ -396,9 +403,11 @@ SOutcome CSession::CRun::Go()
     const auto begin = std::chrono::steady_clock::now();
     Start();
     CallTree();
-    if (m_Session.stop.Requests() > 0 && !m_State.collector.Tally().Abort())
+    ReportForeignCalls();
+    CStopControl& stop = m_Session.stop;
+    if (stop.HasReason() || (stop.Requests() > 0 && !m_State.collector.Tally().Abort()))
     {
-        ReportAbort(EAbortCause::Operator, "Interrupted by the operator, with nothing left to stop.");
+        stop.ReportUnraised("Interrupted by the operator, with nothing left to stop.");
     }
     m_Outcome.outcome = Judge();
     m_State.collector.ReportNotRun();
@@ -501,9 +510,9 @@ void CSession::CRun::Refused()
 EOutcome CSession::CRun::Judge() const
 {
     const CRunTally& tally = m_State.collector.Tally();
-    if (m_Ended == EOutcome::Unexpected)
+    if (m_Ended == EOutcome::Unexpected || tally.Breakdown())
     {
-        return *m_Ended;
+        return EOutcome::Unexpected;
     }
     if (m_Ended == EOutcome::Aborted || tally.Abort())
     {
@@ -530,6 +539,7 @@ EOutcome CSession::CRun::Judge() const
 std::string CSession::CRun::Explain(EOutcome outcome) const
 {
     const std::optional<SAbortEvent>& abort = m_State.collector.Tally().Abort();
+    const std::optional<SAbortEvent>& breakdown = m_State.collector.Tally().Breakdown();
     switch (outcome)
     {
     case EOutcome::NothingRan:
@@ -538,6 +548,8 @@ std::string CSession::CRun::Explain(EOutcome outcome) const
         return "the test library \"" + m_Suite.Library() + "\" cannot be opened";
     case EOutcome::Aborted:
         return abort ? abort->text : m_Outcome.reason;
+    case EOutcome::Unexpected:
+        return breakdown ? breakdown->text : m_Outcome.reason;
     default:
         return m_Outcome.reason;
     }

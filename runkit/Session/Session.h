@@ -21,7 +21,7 @@ enum class EOutcome
     LockRefused,    ///< another run holds the execution lock
     LockUnwritable, ///< nobody could take the execution lock
     Aborted,        ///< by the operator, a stop request, the test library, or for want of an answer
-    Unexpected,     ///< an exception left the run
+    Unexpected,     ///< an exception left the run, or test code crashed or outlived its limit
 };
 
 struct SOutcome

@@ -3,12 +3,14 @@
 #include <HostKit/AppState.h>
 #include <HostKit/LogTypes.h>
 
+#include <atomic>
 #include <chrono>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+class CTestCallGuard;
 class CUserInput;
 
 /// One step of the operator's selection: a pattern that selects or deselects the nodes it matches.
@@ -34,4 +36,7 @@ struct SSetup
     ELogLevel logLevel = LL_WARNING;                       ///< which level the log says that the host shows
     CUserInput* dialogs = nullptr; ///< who answers prompts, not owned, outlives the session; null: a prompt aborts
     std::string whyNobodyAnswers = "the host has no dialogs"; ///< what such an abort says
+    CTestCallGuard* guard = nullptr; ///< makes the calls of test functions, not owned; null: they are called straight
+    /// Where stop requests are counted, not owned, when others than the session make them too; null: in the session.
+    std::atomic<int>* stopRequests = nullptr;
 };

@@ -1,7 +1,9 @@
 #include "CliFixture.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QProcessEnvironment>
+#include <QThread>
 
 #include <fstream>
 #include <iterator>
@@ -146,6 +148,21 @@ std::string Call(const std::string& function, const std::string& type)
 bool Contains(const std::string& text, const std::string& part)
 {
     return text.find(part) != std::string::npos;
+}
+
+bool IsGone(long process)
+{
+    const std::string status = "/proc/" + std::to_string(process) + "/stat";
+    for (const QDeadlineTimer deadline(TIMEOUT); !deadline.hasExpired(); QThread::msleep(10))
+    {
+        std::ifstream file(status);
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        if (text.empty() || Contains(text, ") Z "))
+        {
+            return true;
+        }
+    }
+    return false;
 }
 
 int main(int argc, char** argv)

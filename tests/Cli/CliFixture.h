@@ -26,6 +26,8 @@ struct SOutcome
 /// One function of the library as a suite calls it.
 std::string Call(const std::string& function, const std::string& type = "PassFailTest");
 bool Contains(const std::string& text, const std::string& part);
+/// Whether a process is gone, or will be within seconds; one that nobody has waited for is.
+bool IsGone(long process);
 
 /// Runs the program in a folder of its own, which also holds settings, execution lock and the user's folders. Command
 /// lines are words between blanks; '' is an empty word.

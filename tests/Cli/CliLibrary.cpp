@@ -92,6 +92,7 @@ ZK_TEST(Throws) { throw std::runtime_error("out of cheese"); }
 ZK_TEST(ExhaustsMemory) { throw std::bad_alloc(); }
 ZK_TEST(Aborts) { zk_abort("the operator went home"); }
 ZK_TEST(Interrupts) { return std::raise(SIGINT) == 0; }
+ZK_TEST(InterruptsRun) { return kill(std::getenv("CLI_LIBRARY_PARENT") ? getppid() : getpid(), SIGINT) == 0; }
 ZK_TEST(Terminates) { return std::raise(SIGTERM) == 0; }
 ZK_TEST(HangsUp) { return std::raise(SIGHUP) == 0; }
 ZK_TEST(TakesSignals) { return TakeSignals(); }

@@ -223,7 +223,8 @@ TEST_F(CFilesTest, ARunHoldsTheLockUntilItIsKilledAndItsRecordStands)
     }
     const SOutcome second = Run("--record second " + passing);
     EXPECT_EQ(second.code, 7) << second.err;
-    const std::string holder = std::to_string(first->processId());
+    const std::string lock = Read("lock");
+    const std::string holder = lock.substr(0, lock.find('\n'));
     const std::string host = QSysInfo::machineHostName().toStdString();
     const std::string begin = "orvanta: passing.xml: process " + holder + " on " + host + " holds the execution lock " +
         Path("lock") + " since ";
@@ -243,6 +244,7 @@ TEST_F(CFilesTest, ARunHoldsTheLockUntilItIsKilledAndItsRecordStands)
     first->waitForFinished();
     EXPECT_EQ(Finish(*patient).code, 0);
     EXPECT_EQ(Record().back().at("text"), "hanging");
+    EXPECT_TRUE(IsGone(std::stol(holder))) << "the running process outlives the one that waits";
     EXPECT_EQ(Digest(Events("state").back()), "state /1/0 x:Function executing\n");
     for (const std::string& suite : {Suite(Call("LeavesChild")), passing})
     {

@@ -42,11 +42,11 @@ TEST_F(CRunTest, ExitCodeHeadlineAndCountsSayWhatBecameOfTheRun)
         {Call("Aborts"), "", 2, "1 test: 0 passed, 0 failed, 0 errors, 1 aborted, 0 not run;", "Aborted: the operator went home"},
         {Call("Passes") + Call("Aborts") + Call("Passes"), "", 2, "2 tests: 1 passed, 0 failed, 0 errors, 1 aborted, 1 not run;", "Test suite Aborted!"},
         {R"(<x:InfoPopup text="Shut?"/>)", "", 2, "0 tests:", "Aborted: The prompt \"Shut?\" cannot be answered: there is no terminal, and no list of answers (--answers).\n"},
-        {Call("Interrupts"), "", 2, "1 test: 1 passed,", "Test suite Aborted!"},
-        {Call("Terminates"), "", 2, "1 test: 1 passed,", "Test suite Aborted!"},
-        {Call("HangsUp"), "", 2, "1 test: 1 passed,", "Test suite Aborted!"},
-        {Call("TakesSignals") + Call("Interrupts"), "", 2, "2 tests: 2 passed,", "Test suite Aborted!"},
-        {Call("TakesSignals") + Call("Terminates"), "", 2, "2 tests: 2 passed,", "Test suite Aborted!"},
+        {Call("Interrupts"), "--in-process ", 2, "1 test: 1 passed,", "Test suite Aborted!"},
+        {Call("Terminates"), "--in-process ", 2, "1 test: 1 passed,", "Test suite Aborted!"},
+        {Call("HangsUp"), "--in-process ", 2, "1 test: 1 passed,", "Test suite Aborted!"},
+        {Call("TakesSignals") + Call("Interrupts"), "--in-process ", 2, "2 tests: 2 passed,", "Test suite Aborted!"},
+        {Call("TakesSignals") + Call("Terminates"), "--in-process ", 2, "2 tests: 2 passed,", "Test suite Aborted!"},
         {Call("Forks"), "", 0, "1 test: 1 passed,", "Test suite Passed!"},
         {Call("ExhaustsMemory"), "", 3, "1 test: 0 passed, 0 failed, 1 error,", "suite.xml: ended by an unexpected error: 1 test:"},
         // clang-format on
@@ -90,9 +90,17 @@ TEST_F(CRunTest, ATestThatEndsTheProcessIsNamed)
     {
         const SOutcome outcome = Run("--record r " + Suite("<x:Group to=\"2\">" + Call(function) + "</x:Group>"));
         EXPECT_EQ(outcome.code, 3);
+        const std::string running = "Main / x:Group / " + std::string(function) + " [1]  /1/0/0  suite.xml:6\n";
         EXPECT_EQ(outcome.err,
-                  "orvanta: a test function ended the process: Main / x:Group / " + std::string(function) +
-                      " [1]  /1/0/0  suite.xml:6\n");
+                  "orvanta: the process that ran the suite ended by itself, with exit status 0; this was running: " +
+                      running);
+        EXPECT_EQ(Record().back().at("event"), "vanished");
+        EXPECT_EQ(Record().back().at("path"), "/1/0/0");
+
+        const SOutcome here =
+            Run("--in-process --record r " + Suite("<x:Group to=\"2\">" + Call(function) + "</x:Group>"));
+        EXPECT_EQ(here.code, 3);
+        EXPECT_EQ(here.err, "orvanta: a test function ended the process: " + running);
         EXPECT_EQ(Events("state").back().at("path"), "/1/0/0");
     }
 }
@@ -115,40 +123,52 @@ TEST_F(CRunTest, WhatATestDoesToTheProcessStaysOutOfTheRun)
     const std::string info = "<x:InfoPopup text=\"Well?\"/>";
     Suite(Call("ChangesFolder") + Call("TakesSignals") + Call("SpeaksGerman") + Call("LogsNumber") + info, "",
           "first.xml");
-    Suite(info + Call("Interrupts") + Call("Passes"), "", "second.xml");
+    Suite(info + Call("InterruptsRun") + Call("Passes"), "", "second.xml");
     ASSERT_EQ(
         Shell("mkdir below; ln -s " ORVANTA_LIBRARY_FOLDER " below/libs; localedef -f UTF-8 -i de_DE ./de_DE.UTF-8")
             .code,
         0);
     // The C library does not free what it reads from LOCPATH.
-    const std::string command =
-        "ASAN_OPTIONS=detect_leaks=0 LOCPATH=$PWD '" ORVANTA_PROGRAM "' run --settings settings.ini -L ./below/libs"
-        " --answers answers.json --save-answers saved.json --record r first.xml second.xml";
-    const SOutcome outcome = Shell(command);
-    EXPECT_EQ(outcome.code, 2) << outcome.out << outcome.err;
-    EXPECT_PRED2(Contains, outcome.out, "half is 0.5\n");
-    EXPECT_PRED2(Contains, outcome.out, "first.xml: Passed: 4 tests: 4 passed, 0 failed,");
-    EXPECT_TRUE(std::regex_search(outcome.out,
-                                  std::regex("second.xml: Aborted: 1 test: 1 passed, .*\nrecord: r\n"
-                                             "2 suites: 5 tests: 5 passed, .*, 1 not run; \\d+\\.\\d s\n")))
-        << outcome.out;
-    EXPECT_EQ(Ran(), "/0/0 /1/0 /1/1 /1/2 /1/3 /2/0 /0/0 /1/1 /2/0 ");
-    EXPECT_EQ(TJson::parse(Read("saved.json")).size(), 2U);
-    EXPECT_EQ(Read("lock"), "") << "the lock of the second run was another, or stays";
+    for (const char* option : {"", " --in-process"})
+    {
+        SCOPED_TRACE(option);
+        const std::string command = (*option ? "" : "CLI_LIBRARY_PARENT=1 ") +
+            std::string("ASAN_OPTIONS=detect_leaks=0 LOCPATH=$PWD '" ORVANTA_PROGRAM
+                        "' run --settings settings.ini -L ./below/libs --answers answers.json"
+                        " --save-answers saved.json --record r first.xml second.xml") +
+            std::string(option);
+        const SOutcome outcome = Shell(command);
+        EXPECT_EQ(outcome.code, 2) << outcome.out << outcome.err;
+        EXPECT_PRED2(Contains, outcome.out, "half is 0.5\n");
+        EXPECT_PRED2(Contains, outcome.out, "first.xml: Passed: 4 tests: 4 passed, 0 failed,");
+        EXPECT_TRUE(std::regex_search(outcome.out,
+                                      std::regex("second.xml: Aborted: 1 test: 1 passed, .*\nrecord: r\n"
+                                                 "2 suites: 5 tests: 5 passed, .*, 1 not run; \\d+\\.\\d s\n")))
+            << outcome.out;
+        EXPECT_EQ(Ran(), "/0/0 /1/0 /1/1 /1/2 /1/3 /2/0 /0/0 /1/1 /2/0 ");
+        EXPECT_EQ(TJson::parse(Read("saved.json")).size(), 2U);
+        EXPECT_EQ(Read("lock"), "") << "the lock of the second run was another, or stays";
 
-    const SOutcome ignored = Shell("trap '' INT; " + command);
-    EXPECT_EQ(ignored.code, 0) << "the user had Ctrl-C ignored" << ignored.out;
+        const SOutcome ignored = Shell("trap '' INT; " + command);
+        EXPECT_EQ(ignored.code, 0) << "the user had Ctrl-C ignored" << ignored.out;
+    }
 }
 
 TEST_F(CRunTest, ALibraryThatEndsTheProcessWhileItIsLoadedIsNoSuccess)
 {
     Suite(Call("Passes"));
-    for (const char* command : {"run", "list"})
+    const std::string loading = "orvanta: a test library ended the process while it was being loaded\n";
+    for (const auto& [command, error] :
+         {std::pair("list", loading),
+          {"run --in-process", loading},
+          {"run",
+           "orvanta: the process that ran the suite ended by itself, with exit status 0; test libraries were "
+           "being loaded\n"}})
     {
         const SOutcome outcome = Shell(std::string("CLI_LIBRARY_EXITS=1 '" ORVANTA_PROGRAM "' ") + command +
                                        " --settings settings.ini -L " ORVANTA_LIBRARY_FOLDER " suite.xml");
         EXPECT_EQ(outcome.code, 3);
-        EXPECT_EQ(outcome.err, "orvanta: a test library ended the process while it was being loaded\n");
+        EXPECT_EQ(outcome.err, error);
     }
 }
 
@@ -241,7 +261,7 @@ TEST_F(CRunTest, OddBytesAreTamedAndColoursAndTheStatusLineComeOnlyWhenWanted)
     Suite(Call("LogsOddBytes") + Call("LogsFailure"));
     const SOutcome plain = Run("--record r suite.xml");
     EXPECT_FALSE(Contains(plain.out, "\033")) << plain.out;
-    EXPECT_PRED2(Contains, plain.out, "odd \\xFF and \\x1B[31mred\n");
+    EXPECT_PRED2(Contains, plain.out, "odd \uFFFD and \\x1B[31mred\n");
     EXPECT_EQ(plain.err, "");
     EXPECT_PRED2(Contains, Read("r"), "\"text\":\"odd \xEF\xBF\xBD and \\u001b[31mred\"");
     EXPECT_EQ(Record().back().at("event"), "run-end");

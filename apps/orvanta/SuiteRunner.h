@@ -1,0 +1,35 @@
+#pragma once
+
+#include "ExitCode.h"
+#include "Options.h"
+#include "RunVoice.h"
+#include "SelectedSuite.h"
+
+#include <Session/Session.h>
+
+#include <cstddef>
+
+class CScriptedUserInput;
+
+/// "2 further suites were not run after that", for what came too late.
+std::string NotRunText(std::size_t suites);
+
+/// Runs the suites of one command, one after the other. Everything it is given outlives it.
+class CSuiteRunner
+{
+public:
+    /// `answers`: the list that prompts are answered from, null for none.
+    CSuiteRunner(const SOptions& options, CSession& session, CRunVoice& voice, const CScriptedUserInput* answers);
+
+    EExitCode Run();
+
+private:
+    EExitCode RunSuite(const SSelectedSuite& selected);
+    EExitCode RunLoaded(CSuite& suite);
+    EExitCode CheckAnswers(EExitCode code);
+
+    const SOptions& m_Options;
+    CSession& m_Session;
+    CRunVoice& m_Voice;
+    const CScriptedUserInput* m_Answers;
+};
