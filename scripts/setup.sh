@@ -8,7 +8,7 @@ packages=(
     clang clang-format clang-tidy libclang-rt-14-dev
     qt6-base-dev libpugixml-dev libxerces-c-dev
     libcli11-dev nlohmann-json3-dev rapidjson-dev libsimpleini-dev libedit-dev
-    libgtest-dev libgmock-dev locales
+    libgtest-dev libgmock-dev locales python3
 )
 
 fail()

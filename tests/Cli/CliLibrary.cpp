@@ -12,7 +12,8 @@
 
 namespace
 {
-/// Says something, then waits for an interrupt; no interrupt that follows the words is missed.
+/// Says something, then waits for an interrupt; no interrupt that follows the words is missed. The process that counts
+/// it gets it at the same time, and has a moment to do so.
 void AwaitInterrupt(const char* text)
 {
     sigset_t interrupt;
@@ -23,6 +24,7 @@ void AwaitInterrupt(const char* text)
     zk_log(3, "%s", text);
     const timespec limit{60, 0};
     ppoll(nullptr, 0, &limit, &before);
+    usleep(50000);
     sigprocmask(SIG_SETMASK, &before, nullptr);
 }
 
@@ -92,7 +94,7 @@ ZK_TEST(Throws) { throw std::runtime_error("out of cheese"); }
 ZK_TEST(ExhaustsMemory) { throw std::bad_alloc(); }
 ZK_TEST(Aborts) { zk_abort("the operator went home"); }
 ZK_TEST(Interrupts) { return std::raise(SIGINT) == 0; }
-ZK_TEST(InterruptsRun) { return kill(std::getenv("CLI_LIBRARY_PARENT") ? getppid() : getpid(), SIGINT) == 0; }
+ZK_TEST(InterruptsRun) { return kill(std::getenv("CLI_LIBRARY_PARENT") ? getppid() : getpid(), SIGINT) == 0 && usleep(50000) == 0; }
 ZK_TEST(Terminates) { return std::raise(SIGTERM) == 0; }
 ZK_TEST(HangsUp) { return std::raise(SIGHUP) == 0; }
 ZK_TEST(TakesSignals) { return TakeSignals(); }
