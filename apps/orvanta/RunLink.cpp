@@ -64,9 +64,9 @@ SRunLink::SRunLink()
     fcntl(events.WriteEnd(), F_SETPIPE_SZ, ROOM); // as large as the system allows; smaller is only slower
 }
 
-void SRunLink::SUnmap::operator()(SSharedPage* page) const
+void SRunLink::SUnmap::operator()(SSharedPage* memory) const
 {
-    munmap(page, sizeof(SSharedPage));
+    munmap(memory, sizeof(SSharedPage));
 }
 
 bool WriteAll(int file, std::string_view text)

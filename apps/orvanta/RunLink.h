@@ -37,7 +37,7 @@ struct SRunLink
 
     struct SUnmap
     {
-        void operator()(SSharedPage* page) const;
+        void operator()(SSharedPage* memory) const;
     };
     std::unique_ptr<SSharedPage, SUnmap> page;
 };

@@ -1,14 +1,13 @@
 #include "SharedPage.h"
 
 #include <algorithm>
-#include <cstring>
 
 void CSharedText::Set(std::string_view text) noexcept
 {
     const std::uint32_t other = 1 - m_Current.load();
     SSlot& slot = m_Slots.at(other);
     slot.length = static_cast<std::uint32_t>(std::min(text.size(), ROOM));
-    std::memcpy(slot.text.data(), text.data(), slot.length);
+    text.copy(slot.text.data(), slot.length);
     m_Current.store(other);
 }
 
