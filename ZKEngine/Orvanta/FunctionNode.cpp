@@ -252,8 +252,7 @@ bool CFunctionNode::CallWithParameters()
     if (parameters.empty())
     {
         HandOver();
-        return CallTestFunction(m_Name,
-                                [this] { return CallWithWords(m_Function, nullptr, std::index_sequence<>()); });
+        return CallTestFunction(m_Name, [this] { return CallWithWords(m_Function, nullptr, std::index_sequence<>()); });
     }
     if (parameters.size() > MAX_CALL_PARAMETERS)
     {

@@ -28,9 +28,9 @@ public:
     CUserSignals& operator=(const CUserSignals&) = delete;
 };
 
-/// Ctrl-C, SIGTERM and SIGHUP while it lives: each is a request to stop; the third, or a SIGQUIT, wants the end at once.
-/// As a sink of a run in this process it takes back a signal that test code ignores, blocks or handles itself when its
-/// node ends; one that the user had ignored stays so. The receiver and the user's signals outlive it.
+/// Ctrl-C, SIGTERM and SIGHUP while it lives: each is a request to stop; the third, or a SIGQUIT, wants the end at
+/// once. As a sink of a run in this process it takes back a signal that test code ignores, blocks or handles itself
+/// when its node ends; one that the user had ignored stays so. The receiver and the user's signals outlive it.
 class CInterrupt : public CEventSink
 {
 public:

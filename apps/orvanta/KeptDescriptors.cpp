@@ -21,12 +21,12 @@ void CKeptDescriptors::Keep(int ours, int theirs, int flags, std::function<void(
     }
 }
 
-bool CKeptDescriptors::PutBack()
+bool CKeptDescriptors::PutBack(bool withStandardStreams)
 {
     bool wasMissing = false;
     for (SKept& kept : m_Kept)
     {
-        if (!IsThere(kept))
+        if ((withStandardStreams || kept.number > STDERR_FILENO) && !IsThere(kept))
         {
             Reopen(kept);
             wasMissing = true;

@@ -18,7 +18,7 @@ public:
     void Keep(int ours, int theirs, int flags, std::function<void(int)> moved = {});
 
     /// False when none was missing. What cannot be had back stays missing.
-    bool PutBack();
+    bool PutBack(bool withStandardStreams);
 
 private:
     struct SKept

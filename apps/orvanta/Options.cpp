@@ -327,15 +327,15 @@ void CCommandLine::AddProcess(CLI::App& app)
 {
     CLI::Option* const inProcess = app.add_flag("--in-process", m_Options.inProcess,
                                                 "Run in this very process, for debuggers: a crash\nends everything");
-    const std::array guarded{
-        AddLimit(app, "--test-timeout", "Leave a test function after so many seconds",
-                 [this](std::chrono::milliseconds time) { m_Options.limits.call = time; }),
-        AddLimit(app, "--run-timeout", "Stop the whole run after so many seconds",
-                 [this](std::chrono::milliseconds time) { m_Options.limits.run = time; }),
-        AddLimit(app, "--exit-timeout", "What the rest of a run may take after a crash or\na limit (default 60)",
-                 [this](std::chrono::milliseconds time) { m_Options.exitTimeout = time; }),
-        app.add_flag("--protocol", m_Options.protocol,
-                     "Speak the record on stdout and take answers on\nstdin, for programs")};
+    const std::array guarded{AddLimit(app, "--test-timeout", "Leave a test function after so many seconds",
+                                      [this](std::chrono::milliseconds time) { m_Options.limits.call = time; }),
+                             AddLimit(app, "--run-timeout", "Stop the whole run after so many seconds",
+                                      [this](std::chrono::milliseconds time) { m_Options.limits.run = time; }),
+                             AddLimit(app, "--exit-timeout",
+                                      "What the rest of a run may take after a crash or\na limit (default 60)",
+                                      [this](std::chrono::milliseconds time) { m_Options.exitTimeout = time; }),
+                             app.add_flag("--protocol", m_Options.protocol,
+                                          "Speak the record on stdout and take answers on\nstdin, for programs")};
     for (CLI::Option* const option : guarded)
     {
         option->excludes(inProcess);

@@ -51,8 +51,8 @@ CRunHere::CRunHere(SRunPlan& plan)
     SSetup setup = plan.setup;
     if (plan.answerer != EAnswerer::Nobody)
     {
-        setup.dialogs =
-            plan.answerer == EAnswerer::List ? static_cast<CUserInput*>(&m_Answers) : static_cast<CUserInput*>(&m_Dialogs);
+        setup.dialogs = plan.answerer == EAnswerer::List ? static_cast<CUserInput*>(&m_Answers)
+                                                         : static_cast<CUserInput*>(&m_Dialogs);
     }
     m_Session.emplace(std::move(setup));
 }
@@ -75,9 +75,9 @@ EExitCode CRunHere::Run()
             m_Session->Add(*sink);
         }
         m_Session->Add(m_Terminal);
-        code = CSuiteRunner(m_Plan.options, *m_Session, *this,
-                            m_Plan.answerer == EAnswerer::List ? &m_Answers : nullptr)
-                   .Run();
+        code =
+            CSuiteRunner(m_Plan.options, *m_Session, *this, m_Plan.answerer == EAnswerer::List ? &m_Answers : nullptr)
+                .Run();
     }
     if (files.record && m_Plan.options.logLevel >= LL_NORMAL && m_SuitesBegun > 0)
     {

@@ -7,6 +7,7 @@
 #include <new>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -23,8 +24,7 @@ void Close(int& end)
 
 SSharedPage* MapPage()
 {
-    void* const memory =
-        mmap(nullptr, sizeof(SSharedPage), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    void* const memory = mmap(nullptr, sizeof(SSharedPage), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED)
     {
         ThrowFormatted<ZKRunTimeException>("no memory to share with the running process: %s", std::strerror(errno));
@@ -77,6 +77,11 @@ bool WriteAll(int file, std::string_view text)
         if (written >= 0)
         {
             text.remove_prefix(static_cast<std::size_t>(written));
+        }
+        else if (errno == EAGAIN)
+        {
+            pollfd output{file, POLLOUT, 0};
+            poll(&output, 1, -1);
         }
         else if (errno != EINTR)
         {

@@ -4,6 +4,7 @@
 #include "SuiteRunner.h"
 
 #include <CoreKit/CatchLadder.h>
+#include <CoreKit/TestStatus.h>
 #include <Events/Answer.h>
 #include <Events/EventJson.h>
 #include <HostKit/AppState.h>
@@ -19,6 +20,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -68,27 +70,31 @@ bool MustPassOnAtOnce(const SEvent& event)
 }
 } // namespace
 
-// -------------------------------------------------------------------------------------------------- the running process
+// -------------------------------------------------------------------------------------------------- the running
+// process
 
 CRunningProcess::CRunningProcess(SRunLink& link, SRunPlan& plan, pid_t waiting)
     : m_Link(link)
+    , m_Plan(plan)
     , m_Waiting(waiting)
     , m_Descriptors(waiting)
     , m_Events(link.events.WriteEnd())
     , m_Answers(link.answers.ReadEnd())
+    , m_Output(link.output.WriteEnd())
+    , m_Errors(link.errors.WriteEnd())
 {
     link.events.CloseReadEnd();
     link.answers.CloseWriteEnd();
     link.output.CloseReadEnd();
     link.errors.CloseReadEnd();
-    dup2(link.output.WriteEnd(), STDOUT_FILENO);
-    dup2(link.errors.WriteEnd(), STDERR_FILENO);
-    m_Descriptors.Keep(STDOUT_FILENO, link.output.WriteEnd(), O_WRONLY);
-    m_Descriptors.Keep(STDERR_FILENO, link.errors.WriteEnd(), O_WRONLY);
+    dup2(m_Output, STDOUT_FILENO);
+    dup2(m_Errors, STDERR_FILENO);
+    m_Descriptors.Keep(STDOUT_FILENO, m_Output, O_WRONLY);
+    m_Descriptors.Keep(STDERR_FILENO, m_Errors, O_WRONLY);
+    m_Descriptors.Keep(m_Output, m_Output, O_WRONLY, [this](int moved) { m_Output = moved; });
+    m_Descriptors.Keep(m_Errors, m_Errors, O_WRONLY, [this](int moved) { m_Errors = moved; });
     m_Descriptors.Keep(m_Events, m_Events, O_WRONLY, [this](int moved) { m_Events = moved; });
     m_Descriptors.Keep(m_Answers, m_Answers, O_RDONLY, [this](int moved) { m_Answers = moved; });
-    link.output.CloseWriteEnd();
-    link.errors.CloseWriteEnd();
     if (plan.files.record)
     {
         CLineFile& file = plan.files.record->File();
@@ -125,6 +131,10 @@ CRunningProcess::~CRunningProcess()
 void CRunningProcess::Take(const SEvent& event)
 {
     Follow(event);
+    if (!IsWanted(event))
+    {
+        return;
+    }
     ToJson(event, m_Gathered);
     if (m_Gathered.size() >= MOST_GATHERED || event.time - m_HandedOver >= LONGEST_GATHERING ||
         event.time < m_HandedOver || MustPassOnAtOnce(event))
@@ -132,6 +142,20 @@ void CRunningProcess::Take(const SEvent& event)
         HandOver();
         m_HandedOver = event.time;
     }
+}
+
+/// The terminal has no use for what it would not show; the record is written here.
+bool CRunningProcess::IsWanted(const SEvent& event) const
+{
+    if (m_Plan.options.protocol || m_Plan.options.log)
+    {
+        return true;
+    }
+    const auto* const entry = std::get_if<SLogEvent>(&event.what);
+    const auto* const print = std::get_if<SPrintEvent>(&event.what);
+    const std::uint32_t level = entry ? entry->level : print ? print->level : 0;
+    const bool isShown = level <= m_Plan.options.logLevel || (entry && entry->status != TS_NONE);
+    return isShown && !std::holds_alternative<STestLogEvent>(event.what);
 }
 
 void CRunningProcess::HandOver()
@@ -211,8 +235,8 @@ bool CRunningProcess::IsOutputPending() const
 {
     int output = 0;
     int errors = 0;
-    return (ioctl(STDOUT_FILENO, FIONREAD, &output) == 0 && output > 0) ||
-        (ioctl(STDERR_FILENO, FIONREAD, &errors) == 0 && errors > 0);
+    return (ioctl(m_Output, FIONREAD, &output) == 0 && output > 0) ||
+        (ioctl(m_Errors, FIONREAD, &errors) == 0 && errors > 0);
 }
 
 /// Waits for a round of the waiting process that has taken all that is in the pipes now.
@@ -227,16 +251,18 @@ void CRunningProcess::SyncOutput()
         return;
     }
     const std::uint32_t end = begin + (!isInRound ? 2 : isPending ? 3 : 1);
-    while (static_cast<std::int32_t>(rounds.load() - end) < 0)
+    constexpr int SHORT = 100; // most rounds are
+    constexpr int LONGEST = 100'000; // some seconds: where a program writes without end, there is no order to keep
+    for (int turn = 0; turn < LONGEST && static_cast<std::int32_t>(rounds.load() - end) < 0; ++turn)
     {
         constexpr timespec moment{0, 20'000};
-        nanosleep(&moment, nullptr);
+        turn < SHORT ? static_cast<void>(sched_yield()) : static_cast<void>(nanosleep(&moment, nullptr));
     }
 }
 
-bool CRunningProcess::PutBackDescriptors()
+bool CRunningProcess::PutBackDescriptors(bool withStandardStreams)
 {
-    return m_Descriptors.PutBack();
+    return m_Descriptors.PutBack(withStandardStreams);
 }
 
 void CRunningProcess::CallLeft()

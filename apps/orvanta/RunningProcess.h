@@ -38,7 +38,7 @@ public:
     void LastWord(EExitCode code);
 
     void SyncOutput() override;
-    bool PutBackDescriptors() override;
+    bool PutBackDescriptors(bool withStandardStreams) override;
     void CallLeft() override;
     void LimitEndsAt(std::optional<std::chrono::nanoseconds> time) override;
     [[noreturn]] void End(const std::string& why) override;
@@ -49,6 +49,7 @@ public:
     std::uint64_t OpenPrompt() const { return m_Prompt; }
 
 private:
+    bool IsWanted(const SEvent& event) const;
     void Follow(const SEvent& event);
     void Follow(const SStateEvent& state);
     void Say(char kind, std::string_view text);
@@ -56,10 +57,13 @@ private:
     [[noreturn]] void EndOrphaned();
 
     SRunLink& m_Link;
+    const SRunPlan& m_Plan;
     const pid_t m_Waiting;
     CKeptDescriptors m_Descriptors;
     int m_Events;
     int m_Answers;
+    int m_Output; ///< the pipes of the standard streams, wherever test code has these
+    int m_Errors;
     std::string m_Gathered;
     std::chrono::system_clock::time_point m_HandedOver;
     std::vector<std::string> m_Running; ///< paths, from the root inwards

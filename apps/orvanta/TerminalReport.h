@@ -102,7 +102,7 @@ private:
     CRunView m_View;
     CProgressLine m_Progress;
     CTerminalOutput m_Output;
-    CTerminalOutput m_ErrorOutput; ///< what test code writes there
+    CTerminalOutput m_ErrorOutput;                           ///< what test code writes there
     CNotPassedList m_NotPassed;                              ///< of this run
     std::unordered_map<const SViewedNode*, SShare> m_Shares; ///< of this run
     std::vector<const SViewedNode*> m_Shortened;             ///< in the loop that runs

@@ -32,8 +32,9 @@ CTestOutput::CTestOutput(int pipe, EOutputStream stream)
     fcntl(m_Pipe, F_SETFL, fcntl(m_Pipe, F_GETFL) | O_NONBLOCK);
 }
 
-void CTestOutput::Read()
+bool CTestOutput::Read()
 {
+    const std::size_t before = m_Text.size();
     constexpr std::size_t MOST = std::size_t{1024} * 1024; // no pipe holds more: whoever goes on writing has to wait
     std::array<char, 65536> bytes{};
     ssize_t count = 0;
@@ -42,6 +43,7 @@ void CTestOutput::Read()
         count = read(m_Pipe, bytes.data(), bytes.size());
         m_Text.append(bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
     } while ((count > 0 && m_Text.size() < MOST) || (count < 0 && errno == EINTR));
+    return m_Text.size() > before;
 }
 
 std::string CTestOutput::Give(bool all)

@@ -13,8 +13,8 @@ public:
     CTestOutput(int pipe, EOutputStream stream);
 
     EOutputStream Stream() const { return m_Stream; }
-    /// Reads what is in the pipe now.
-    void Read();
+    /// Reads what is in the pipe now; false when that was nothing.
+    bool Read();
     /// What was read and not given yet; a character that may go on is kept back unless `all` is wanted.
     std::string Give(bool all);
 

@@ -97,6 +97,7 @@ EExitCode CWaitingProcess::Run()
 void CWaitingProcess::Fork()
 {
     std::fflush(nullptr); // nothing is to be written twice
+    std::signal(SIGCHLD, SIG_DFL); // who starts this program may have it ignored, and then there is no status
     const pid_t waiting = getpid();
     m_Child = fork();
     if (m_Child < 0)
@@ -171,10 +172,18 @@ void CWaitingProcess::Serve()
 /// ones that come behind wait for the end of the round.
 void CWaitingProcess::TakeRound(bool isLast)
 {
-    m_Link.page->outputRounds.fetch_add(1);
+    std::atomic<std::uint32_t>& rounds = m_Link.page->outputRounds;
+    ++rounds;
+    bool hasText = false;
     for (CTestOutput& output : m_Outputs)
     {
-        output.Read();
+        hasText = output.Read() || hasText;
+    }
+    if (!hasText && !isLast)
+    {
+        ++rounds; // nobody has to wait for the events
+        ReadEvents();
+        return;
     }
     ReadEvents();
     for (CTestOutput& output : m_Outputs)
@@ -185,7 +194,7 @@ void CWaitingProcess::TakeRound(bool isLast)
             TellOfOwn(SOutputEvent{node ? node->path : "", output.Stream(), std::move(text)});
         }
     }
-    m_Link.page->outputRounds.fetch_add(1);
+    ++rounds;
 }
 
 void CWaitingProcess::ReadEvents()

@@ -116,7 +116,7 @@ void CCrashGuard::HandleSignals()
         Handle(signal, OnCrash, 0, nullptr);
     }
     Handle(TimerSignal(), OnTimer, 0, nullptr);
-    if (g_StopBefore.sa_handler != SIG_IGN)
+    if (g_StopBefore.sa_handler != SIG_IGN && (m_Limits.call || m_Limits.run))
     {
         Handle(SIGTSTP, OnStop, TimerSignal(), nullptr);
     }
@@ -144,8 +144,7 @@ void CCrashGuard::OnCrash(int signal, siginfo_t* info, void* /*context*/)
         // What a process sends, by kill or abort, has no address.
         const bool hasAddress = info->si_code > 0 && info->si_code != SI_KERNEL;
         guard->m_Signal = signal;
-        guard->m_Address =
-            hasAddress ? std::optional(reinterpret_cast<std::uintptr_t>(info->si_addr)) : std::nullopt;
+        guard->m_Address = hasAddress ? std::optional(reinterpret_cast<std::uintptr_t>(info->si_addr)) : std::nullopt;
         guard->Leave();
     }
     std::signal(signal, SIG_DFL);
@@ -348,9 +347,9 @@ void CCrashGuard::EndCall(const QString& function)
         Arm();
     }
     std::string changed = m_State.PutBack();
-    FlushStreams();
+    FlushStreams(); // to wherever test code has its streams
+    m_HasMovedDescriptors = m_Process.PutBackDescriptors(true) || m_HasMovedDescriptors;
     m_Process.SyncOutput();
-    m_HasMovedDescriptors = m_Process.PutBackDescriptors() || m_HasMovedDescriptors;
     if (m_HasMovedDescriptors)
     {
         changed += (changed.empty() ? "" : ", ") + std::string("the descriptors of files");
@@ -393,9 +392,9 @@ std::string CCrashGuard::WhyLeft() const
 void CCrashGuard::EnterService()
 {
     m_InService = 1;
+    m_HasMovedDescriptors = m_Process.PutBackDescriptors(false) || m_HasMovedDescriptors;
     FlushStreams();
     m_Process.SyncOutput();
-    m_HasMovedDescriptors = m_Process.PutBackDescriptors() || m_HasMovedDescriptors;
 }
 
 void CCrashGuard::LeaveService() noexcept

@@ -35,7 +35,8 @@ public:
     /// What test code wrote itself has to take its place among the events now.
     virtual void SyncOutput() = 0;
     /// The descriptors that the host relies on, where test code closed or replaced one; false when none was missing.
-    virtual bool PutBackDescriptors() = 0;
+    /// Within a call test code may have the standard streams elsewhere.
+    virtual bool PutBackDescriptors(bool withStandardStreams) = 0;
     /// A call was left: what remains of the run has little time.
     virtual void CallLeft() = 0;
     /// When a limit in force ends, on the monotonic clock; none: no limit is.

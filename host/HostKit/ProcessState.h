@@ -23,8 +23,8 @@ public:
     bool PutBackSignals();
 
 private:
-    static constexpr std::array SIGNALS{SIGSEGV, SIGBUS, SIGFPE,  SIGILL, SIGABRT, SIGINT,
-                                        SIGTERM, SIGHUP, SIGPIPE, SIGTSTP};
+    static constexpr std::array SIGNALS{SIGSEGV, SIGBUS,  SIGFPE, SIGILL,  SIGABRT,
+                                        SIGINT,  SIGTERM, SIGHUP, SIGPIPE, SIGTSTP};
 
     bool PutBackFolder();
     bool PutBackLocale();

@@ -28,8 +28,7 @@ bool CallTestFunction(const QString& function, CTestCallGuard::TCall call, const
         EndIfForked(process);
         throw;
     };
-    const bool result =
-        Guarded([&] { return guard ? guard->Call(function, call, context) : call(context); }, passOn);
+    const bool result = Guarded([&] { return guard ? guard->Call(function, call, context) : call(context); }, passOn);
     EndIfForked(process);
     ReportForeignCalls();
     return result;

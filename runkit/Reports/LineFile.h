@@ -43,7 +43,7 @@ private:
 
     std::string m_Path;
     std::string m_Gathered; ///< whole lines
-    int m_Error = 0; ///< an `errno`
+    int m_Error = 0;        ///< an `errno`
     int m_File;
     pid_t m_Process;
 };

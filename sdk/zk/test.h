@@ -37,8 +37,13 @@
  *
  *     The engine cannot see a C signature: a suite whose types differ from the function's goes unnoticed.
  *   - Functions are called one after the other, on one thread. Call the zk_ functions below on that thread only, and
- *     only while a test function runs.
+ *     only while a test function runs: on another thread they write nothing, and an error says how often that was.
  *   - Only the low 8 bits of the result count; anything but 0 means passed.
+ *   - A call that crashes or outlives its time limit is left in the middle: no destructor of its frames runs, and what
+ *     it had locked stays locked. The run then stops, and its exit group runs in the same process: let that rely on as
+ *     little as it can.
+ *   - What a call changes in the process (folder, locale, signal mask and handlers, floating-point environment, umask,
+ *     descriptors of the host) is put back when it ends, with a warning.
  *
  * The functions below are optional: any shared library with such functions can be tested with. They come from the host
  * (libHostKit), which the test library links. Formats are those of printf; a null for %s is an error of the caller.

@@ -33,6 +33,26 @@ bool Ends(pid_t child)
     return waitpid(child, &status, 0) == child && status == 0;
 }
 
+/// Has its output in a file for a while, as a test may that looks at what a library prints.
+bool Redirects()
+{
+    std::FILE* const file = std::tmpfile();
+    const int before = dup(STDOUT_FILENO);
+    std::fputs("what stands here already", file);
+    std::rewind(file);
+    dup2(fileno(file), STDOUT_FILENO);
+    zk_log(3, "redirected");
+    std::printf("captured");
+    std::fflush(stdout);
+    dup2(before, STDOUT_FILENO);
+    close(before);
+    char text[9]{};
+    std::rewind(file);
+    const bool isCaptured = std::fread(text, 1, 8, file) == 8 && std::strcmp(text, "captured") == 0;
+    std::fclose(file);
+    return isCaptured;
+}
+
 /// The last function that runs of a library may be its destructor.
 struct SFarewell
 {
@@ -74,6 +94,7 @@ ZK_TEST(ForkLogs) { const pid_t child = fork(); if (child == 0) { zk_failure("lo
 ZK_TEST(ForkCrashes) { const pid_t child = fork(); if (child == 0) { *reinterpret_cast<volatile int*>(8) = 1; } int status = 0; return waitpid(child, &status, 0) == child && WIFSIGNALED(status); }
 ZK_TEST(ClosesAll) { for (int file = 0; file < 1024; ++file) { close(file); } zk_log(3, "all closed"); return true; }
 ZK_TEST(ReplacesAll) { for (int file = 0; file < 64; ++file) { close(file); open("/dev/null", O_RDWR); } zk_log(3, "all replaced"); return true; }
+ZK_TEST(Redirects) { return Redirects(); }
 ZK_TEST(ChangesFolder) { return chdir("/") == 0; }
 ZK_TEST(ChangesLocale) { return std::setlocale(LC_ALL, "C.UTF-8") != nullptr; }
 ZK_TEST(ChangesMask) { sigset_t all; sigfillset(&all); return sigprocmask(SIG_BLOCK, &all, nullptr) == 0; }

@@ -108,6 +108,10 @@ TEST_F(CMisbehaviourTest, NothingThatATestDoesTakesDownTheVerdict)
             const bool isAlive = at == std::string::npos;
             EXPECT_EQ(End(), isAlive ? end : end.replace(at, 4, path));
             EXPECT_EQ(HasPoweredOff(), isAlive || place == EPlace::Exit);
+            if (isAlive)
+            {
+                EXPECT_EQ(Events("abort").at(0).at("by"), Contains(row.said, "limit") ? "limit" : "crash");
+            }
             EXPECT_FALSE(Contains(outcome.out, "Passed"));
             EXPECT_EQ(Run(Bad("Works")).code, 0) << "the next run gets the lock";
         }
@@ -131,6 +135,7 @@ TEST_F(CMisbehaviourTest, WhatATestLeavesBehindStaysOutOfTheNextStep)
         {"ChangesUmask", 0, "changed the umask: put back.\n"},
         {"ClosesAll", 0, "all closed\n"},
         {"ClosesAll", 0, "changed the descriptors of files: put back.\n"},
+        {"Redirects", 0, "  PASSED  Main / Redirects  "},
         {"ReplacesAll", 0, "changed the descriptors of files: put back.\n"},
         {"LeavesThread", 0, "  PASSED  Main / LeavesThread  "},
         {"ForkReturns", 0, "  PASSED  Main / ForkReturns  "},
