@@ -34,7 +34,7 @@ bool Ends(pid_t child)
 }
 
 /// Has its output in a file for a while, as a test may that looks at what a library prints.
-bool Redirects()
+bool CapturesOutput()
 {
     std::FILE* const file = std::tmpfile();
     const int before = dup(STDOUT_FILENO);
@@ -94,7 +94,7 @@ ZK_TEST(ForkLogs) { const pid_t child = fork(); if (child == 0) { zk_failure("lo
 ZK_TEST(ForkCrashes) { const pid_t child = fork(); if (child == 0) { *reinterpret_cast<volatile int*>(8) = 1; } int status = 0; return waitpid(child, &status, 0) == child && WIFSIGNALED(status); }
 ZK_TEST(ClosesAll) { for (int file = 0; file < 1024; ++file) { close(file); } zk_log(3, "all closed"); return true; }
 ZK_TEST(ReplacesAll) { for (int file = 0; file < 64; ++file) { close(file); open("/dev/null", O_RDWR); } zk_log(3, "all replaced"); return true; }
-ZK_TEST(Redirects) { return Redirects(); }
+ZK_TEST(Redirects) { return CapturesOutput(); }
 ZK_TEST(ChangesFolder) { return chdir("/") == 0; }
 ZK_TEST(ChangesLocale) { return std::setlocale(LC_ALL, "C.UTF-8") != nullptr; }
 ZK_TEST(ChangesMask) { sigset_t all; sigfillset(&all); return sigprocmask(SIG_BLOCK, &all, nullptr) == 0; }
