@@ -251,7 +251,7 @@ void CRunningProcess::SyncOutput()
         return;
     }
     const std::uint32_t end = begin + (!isInRound ? 2 : isPending ? 3 : 1);
-    constexpr int SHORT = 100; // most rounds are
+    constexpr int SHORT = 100;       // most rounds are
     constexpr int LONGEST = 100'000; // some seconds: where a program writes without end, there is no order to keep
     for (int turn = 0; turn < LONGEST && static_cast<std::int32_t>(rounds.load() - end) < 0; ++turn)
     {

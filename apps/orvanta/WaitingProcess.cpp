@@ -96,7 +96,7 @@ EExitCode CWaitingProcess::Run()
 
 void CWaitingProcess::Fork()
 {
-    std::fflush(nullptr); // nothing is to be written twice
+    std::fflush(nullptr);          // nothing is to be written twice
     std::signal(SIGCHLD, SIG_DFL); // who starts this program may have it ignored, and then there is no status
     const pid_t waiting = getpid();
     m_Child = fork();
