@@ -32,7 +32,9 @@ SScriptedAnswer EntryOf(const TJson& entry)
             throw ZKRunTimeException("it has the unknown key \"" + key + "\"");
         }
     }
-    const std::optional<TPromptAnswer> answer = ParseAnswer(entry["answer"].dump());
+    const TJson& given = entry["answer"]; // what has parts is none, and may be nested deeply
+    const std::optional<TPromptAnswer> answer =
+        given.is_structured() ? std::nullopt : ParseAnswer(given.dump(-1, ' ', false, TJson::error_handler_t::replace));
     if (!answer)
     {
         throw ZKRunTimeException("its answer is not " + std::string(ANSWER_FORMS));

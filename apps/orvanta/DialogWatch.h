@@ -10,5 +10,6 @@ public:
     virtual bool IsOver() = 0;
     /// Becomes readable when there is something to serve; -1 when there never is.
     virtual int Descriptor() const { return -1; }
+    /// At least once a second.
     virtual void Serve() {}
 };

@@ -11,28 +11,25 @@ CKeptDescriptors::CKeptDescriptors(pid_t waiting)
 
 void CKeptDescriptors::Keep(int ours, int theirs, int flags, std::function<void(int)> moved)
 {
-    struct stat state
-    {
-    };
-    if (fstat(ours, &state) == 0)
-    {
-        m_Kept.push_back({ours, "/proc/" + std::to_string(m_Waiting) + "/fd/" + std::to_string(theirs),
-                          flags | O_CLOEXEC | O_NOCTTY, std::move(moved), state.st_dev, state.st_ino});
-    }
+    SKept& kept = m_Kept.emplace_back();
+    kept.number = ours;
+    kept.source = "/proc/" + std::to_string(m_Waiting) + "/fd/" + std::to_string(theirs);
+    kept.flags = flags | O_CLOEXEC | O_NOCTTY;
+    kept.moved = std::move(moved);
+    Identify(kept);
 }
 
 bool CKeptDescriptors::PutBack(bool withStandardStreams)
 {
-    bool wasMissing = false;
+    bool isPutBack = false;
     for (SKept& kept : m_Kept)
     {
         if ((withStandardStreams || kept.number > STDERR_FILENO) && !IsThere(kept))
         {
-            Reopen(kept);
-            wasMissing = true;
+            isPutBack = Reopen(kept) || isPutBack;
         }
     }
-    return wasMissing;
+    return isPutBack;
 }
 
 bool CKeptDescriptors::IsThere(const SKept& kept)
@@ -43,28 +40,45 @@ bool CKeptDescriptors::IsThere(const SKept& kept)
     return fstat(kept.number, &state) == 0 && state.st_dev == kept.device && state.st_ino == kept.node;
 }
 
-void CKeptDescriptors::Reopen(SKept& kept)
+bool CKeptDescriptors::Reopen(SKept& kept)
 {
     constexpr int FIRST_OWN = 100; // out of the way of loops that close what is open
-    const int opened = open(kept.source.c_str(), kept.flags);
+    const bool isStandard = kept.number <= STDERR_FILENO;
+    int opened = open(kept.source.c_str(), kept.flags);
+    if (opened < 0 && isStandard)
+    {
+        opened = open("/dev/null", O_RDWR | O_CLOEXEC); // a socket, for one, cannot be opened
+    }
     if (opened < 0)
     {
-        return;
+        return false;
     }
-    if (opened == kept.number)
+    if (isStandard && opened == kept.number)
     {
-        fcntl(opened, F_SETFD, 0); // a standard stream: no other has so low a number
-        return;
+        fcntl(opened, F_SETFD, 0);
     }
-    if (kept.number <= STDERR_FILENO)
+    else if (isStandard)
     {
         dup2(opened, kept.number);
+        close(opened);
     }
     else
     {
         // The old number is test code's now.
         kept.number = fcntl(opened, F_DUPFD_CLOEXEC, FIRST_OWN);
+        close(opened);
         kept.moved(kept.number);
     }
-    close(opened);
+    Identify(kept);
+    return true;
+}
+
+void CKeptDescriptors::Identify(SKept& kept)
+{
+    struct stat state
+    {
+    };
+    fstat(kept.number, &state);
+    kept.device = state.st_dev;
+    kept.node = state.st_ino;
 }

@@ -17,7 +17,7 @@ public:
     /// gets a number of its own, which `moved` is told, unless it is a standard stream.
     void Keep(int ours, int theirs, int flags, std::function<void(int)> moved = {});
 
-    /// False when none was missing. What cannot be had back stays missing.
+    /// False when there was nothing to put back. A standard stream that cannot be had back becomes /dev/null.
     bool PutBack(bool withStandardStreams);
 
 private:
@@ -32,7 +32,9 @@ private:
     };
 
     static bool IsThere(const SKept& kept);
-    static void Reopen(SKept& kept);
+    /// False when it cannot be had back.
+    static bool Reopen(SKept& kept);
+    static void Identify(SKept& kept);
 
     pid_t m_Waiting;
     std::vector<SKept> m_Kept;

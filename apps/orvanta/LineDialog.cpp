@@ -217,6 +217,7 @@ int CLineDialog::WaitForCharacter(wchar_t& character)
 {
     for (;;)
     {
+        m_Watch.Serve();
         if (m_Watch.IsOver())
         {
             return EndWith(ELineEnd::Interrupted);
@@ -229,10 +230,6 @@ int CLineDialog::WaitForCharacter(wchar_t& character)
                                      pollfd{m_Watch.Descriptor(), POLLIN, 0}};
         const timespec second = UntilNextSecond();
         const int ready = ppoll(inputs.data(), inputs.size(), &second, &m_Signals->WhileWaiting());
-        if (ready > 0 && inputs[1].revents != 0)
-        {
-            m_Watch.Serve();
-        }
         int result = 0;
         if (ready > 0 && inputs[0].revents != 0 && TakeByte(character, result))
         {

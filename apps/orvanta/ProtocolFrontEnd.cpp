@@ -19,6 +19,7 @@ using TJson = nlohmann::json;
 
 namespace
 {
+constexpr int TICK = 200; // milliseconds
 constexpr std::size_t LONGEST_LINE = std::size_t{1024} * 1024;
 constexpr const char* FORMS = "a line is {\"answer\": X}, with an optional \"id\", or {\"abort\": true}";
 } // namespace
@@ -33,41 +34,92 @@ void CProtocolFrontEnd::Take(const SEvent& /*event*/, std::string_view line)
     Write(line);
 }
 
+/// A reader that is slow, or stands still, keeps nobody from stopping the run.
 void CProtocolFrontEnd::Write(std::string_view line)
 {
-    if (!m_IsReaderGone && !WriteAll(STDOUT_FILENO, line))
+    m_Unwritten += m_IsReaderGone ? std::string_view() : line;
+    if (m_IsWriting)
     {
-        m_IsReaderGone = true;
-        m_Host.RequestStop();
+        return; // goes behind the line that is on its way
     }
+    m_IsWriting = true;
+    while (!m_Unwritten.empty())
+    {
+        WriteSome();
+    }
+    m_IsWriting = false;
+}
+
+void CProtocolFrontEnd::WriteSome()
+{
+    constexpr std::size_t NEVER_WAITS = 4096; // for a pipe that is ready
+    std::array<pollfd, 2> files{pollfd{STDOUT_FILENO, POLLOUT, 0},
+                                pollfd{m_IsInputOver ? -1 : STDIN_FILENO, POLLIN, 0}};
+    const int ready = poll(files.data(), files.size(), TICK);
+    m_Host.Tick();
+    if (ready > 0 && files[1].revents != 0)
+    {
+        ReadInput();
+    }
+    if (ready > 0 && files[0].revents != 0)
+    {
+        const ssize_t written = write(STDOUT_FILENO, m_Unwritten.data(), std::min(m_Unwritten.size(), NEVER_WAITS));
+        if (written >= 0)
+        {
+            m_Unwritten.erase(0, static_cast<std::size_t>(written));
+        }
+        else if (errno != EINTR && errno != EAGAIN)
+        {
+            ForgetReader();
+            m_Host.RequestStop();
+        }
+    }
+    else if (m_Host.IsEnded())
+    {
+        ForgetReader();
+    }
+}
+
+void CProtocolFrontEnd::ForgetReader()
+{
+    m_IsReaderGone = true;
+    m_Unwritten.clear();
 }
 
 void CProtocolFrontEnd::Ask(const SPrompt& prompt)
 {
+    m_Asked = m_Host.OpenPrompt()->id;
     m_Deadline = prompt.timeout ? std::optional(TClock::now() + std::chrono::seconds(*prompt.timeout)) : std::nullopt;
+}
+
+/// How long the open prompt may still be answered; none when for ever, or when it has not been asked yet.
+std::optional<std::chrono::milliseconds> CProtocolFrontEnd::Left() const
+{
+    const SPromptOpenEvent* const open = m_Host.OpenPrompt();
+    if (!open || open->id != m_Asked || !m_Deadline)
+    {
+        return std::nullopt;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*m_Deadline - TClock::now());
+    return std::max(left, std::chrono::milliseconds(0));
 }
 
 void CProtocolFrontEnd::Wait(std::chrono::milliseconds longest)
 {
-    const bool isAsking = m_Host.OpenPrompt() != nullptr;
-    if (isAsking && m_IsInputOver)
+    if (m_Host.OpenPrompt() && m_IsInputOver)
     {
         m_Host.NobodyAnswers("stdin has ended");
         return;
     }
-    if (isAsking && m_Deadline)
-    {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(*m_Deadline - TClock::now());
-        longest = std::clamp(left, std::chrono::milliseconds(0), longest);
-    }
+    const std::chrono::milliseconds wait = std::min(Left().value_or(longest), longest);
     std::array<pollfd, 2> inputs{pollfd{m_Host.Descriptor(), POLLIN, 0},
                                  pollfd{m_IsInputOver ? -1 : STDIN_FILENO, POLLIN, 0}};
-    if (poll(inputs.data(), inputs.size(), static_cast<int>(longest.count())) > 0 && inputs[1].revents != 0)
+    if (poll(inputs.data(), inputs.size(), static_cast<int>(wait.count())) > 0 && inputs[1].revents != 0)
     {
         m_Host.Serve(); // an answer may be to a prompt that waits to be seen
         ReadInput();
     }
-    if (m_Host.OpenPrompt() && m_Deadline && TClock::now() >= *m_Deadline)
+    if (const auto left = Left(); left && left->count() == 0)
     {
         m_Host.Answer(EPromptEnd::TimeOut);
     }
@@ -76,7 +128,7 @@ void CProtocolFrontEnd::Wait(std::chrono::milliseconds longest)
 void CProtocolFrontEnd::ReadInput()
 {
     std::array<char, 4096> bytes{};
-    const ssize_t count = read(STDIN_FILENO, bytes.data(), bytes.size());
+    const ssize_t count = m_IsInputOver ? 0 : read(STDIN_FILENO, bytes.data(), bytes.size());
     if (count < 0 && (errno == EINTR || errno == EAGAIN))
     {
         return;
@@ -89,8 +141,9 @@ void CProtocolFrontEnd::ReadInput()
     }
     for (std::size_t end = m_Received.find('\n'); end != std::string::npos; end = m_Received.find('\n'))
     {
-        Obey(std::string_view(m_Received).substr(0, end));
-        m_Received.erase(0, end + 1);
+        const std::string line = m_Received.substr(0, end);
+        m_Received.erase(0, end + 1); // before it is obeyed: more may be read then
+        Obey(line);
     }
     if (m_Received.size() > LONGEST_LINE)
     {
@@ -117,7 +170,9 @@ void CProtocolFrontEnd::Obey(std::string_view line)
     }
     else if (said.contains("answer") && abort.is_null() && (!said.contains("id") || id.is_number_unsigned()))
     {
-        ObeyAnswer(said["answer"].dump(-1, ' ', false, TJson::error_handler_t::replace),
+        // What has parts is no answer, and may be nested deeply.
+        const TJson& answer = said["answer"];
+        ObeyAnswer(answer.is_structured() ? "null" : answer.dump(-1, ' ', false, TJson::error_handler_t::replace),
                    id.is_null() ? std::nullopt : std::optional(id.get<std::uint64_t>()));
     }
     else

@@ -3,6 +3,7 @@
 #include "RunFrontEnd.h"
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -24,13 +25,19 @@ private:
     using TClock = std::chrono::steady_clock;
 
     void Write(std::string_view line);
+    void WriteSome();
+    void ForgetReader();
+    std::optional<std::chrono::milliseconds> Left() const;
     void ReadInput();
     void Obey(std::string_view line);
     void ObeyAnswer(const std::string& answer, const std::optional<std::uint64_t>& id);
     void Refuse(const std::string& reason);
 
     CFrontEndHost& m_Host;
-    std::optional<TClock::time_point> m_Deadline; ///< of the open prompt
+    std::optional<TClock::time_point> m_Deadline; ///< of the prompt that was asked last
+    std::uint64_t m_Asked = 0;                    ///< its id
+    std::string m_Unwritten;
+    bool m_IsWriting = false;
     std::string m_Received;
     bool m_IsInputOver = false;
     bool m_IsReaderGone = false;

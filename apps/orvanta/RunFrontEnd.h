@@ -25,6 +25,10 @@ public:
     /// The prompt that waits for an answer; null for none.
     virtual const SPromptOpenEvent* OpenPrompt() const = 0;
     virtual void RequestStop() = 0;
+    /// The clock goes on while a front end waits for whoever it writes to.
+    virtual void Tick() = 0;
+    /// The run was ended by force: nobody needs to be waited for any more.
+    virtual bool IsEnded() const = 0;
 };
 
 /// What shows a run and asks for answers, in the process that waits. Sees the events in order; the lines are those of

@@ -187,15 +187,16 @@ void CRunningProcess::Follow(const SEvent& event)
 void CRunningProcess::Follow(const SStateEvent& state)
 {
     // What an abort left is never told to have ended.
-    while (!m_Running.empty() && !IsBelow(state.path, m_Running.back()))
+    while (!m_Running.empty() && !IsBelow(state.path, m_Running.back().path))
     {
         m_Running.pop_back();
     }
     if (state.state == ENodeState::Executing)
     {
-        m_Running.push_back(state.path);
+        const std::string& name = state.label.empty() ? state.name : state.label;
+        m_Running.push_back({state.path, state.path + '\n' + std::to_string(state.line) + '\n' + name});
     }
-    m_Link.page->running.Set(m_Running.empty() ? std::string_view() : m_Running.back());
+    m_Link.page->running.Set(m_Running.empty() ? std::string_view() : m_Running.back().place);
 }
 
 void CRunningProcess::Say(char kind, std::string_view text)
@@ -268,6 +269,11 @@ bool CRunningProcess::PutBackDescriptors(bool withStandardStreams)
 void CRunningProcess::CallLeft()
 {
     m_Link.page->isBreakingDown = true;
+}
+
+std::chrono::nanoseconds CRunningProcess::ActiveTime() const
+{
+    return std::chrono::nanoseconds(m_Link.page->activeTime.load());
 }
 
 void CRunningProcess::LimitEndsAt(std::optional<std::chrono::nanoseconds> time)
@@ -409,12 +415,13 @@ EExitCode RunSuitesHere(CRunningProcess& process, SRunPlan& plan, SRunLink& link
 }
 } // namespace
 
-void RunForked(SRunLink& link, SRunPlan& plan, pid_t waiting)
+void RunForked(SRunLink& link, SRunPlan& plan, const SWaiting& waiting)
 {
-    DieWith(waiting, false);
+    DieWith(waiting.process, false);
     LeaveStopRequestsToTheOther();
+    pthread_sigmask(SIG_SETMASK, &waiting.mask, nullptr);
     {
-        CRunningProcess process(link, plan, waiting);
+        CRunningProcess process(link, plan, waiting.process);
         const auto unexpected = [&process](const char* what)
         {
             process.Error(what);

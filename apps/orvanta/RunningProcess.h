@@ -10,6 +10,7 @@
 #include <HostKit/UserInput.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -40,6 +41,7 @@ public:
     void SyncOutput() override;
     bool PutBackDescriptors(bool withStandardStreams) override;
     void CallLeft() override;
+    std::chrono::nanoseconds ActiveTime() const override;
     void LimitEndsAt(std::optional<std::chrono::nanoseconds> time) override;
     [[noreturn]] void End(const std::string& why) override;
 
@@ -66,9 +68,15 @@ private:
     int m_Errors;
     std::string m_Gathered;
     std::chrono::system_clock::time_point m_HandedOver;
-    std::vector<std::string> m_Running; ///< paths, from the root inwards
-    std::uint64_t m_Prompt = 0;         ///< the id of the one that was opened last
-    std::string m_Received;             ///< of lines to come
+    struct SRunning
+    {
+        std::string path;
+        std::string place; ///< path, line and name, a line each
+    };
+
+    std::vector<SRunning> m_Running; ///< from the root inwards
+    std::uint64_t m_Prompt = 0;      ///< the id of the one that was opened last
+    std::string m_Received;          ///< of lines to come
     int m_Terminal = -1;
     termios m_TerminalMode{};
 };
@@ -88,5 +96,12 @@ private:
     CRunningProcess& m_Process;
 };
 
+/// What a forked process has to know of the one that waits.
+struct SWaiting
+{
+    pid_t process;
+    sigset_t mask; ///< the signals that it had blocked before
+};
+
 /// Runs the suites of a plan in the forked process, which it ends.
-[[noreturn]] void RunForked(SRunLink& link, SRunPlan& plan, pid_t waiting);
+[[noreturn]] void RunForked(SRunLink& link, SRunPlan& plan, const SWaiting& waiting);

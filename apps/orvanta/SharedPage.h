@@ -35,7 +35,8 @@ struct SSharedPage
     std::atomic<std::uint32_t> outputRounds = 0;
     std::atomic<bool> isBreakingDown = false;   ///< a call was left: the rest of the run has little time
     std::atomic<std::int64_t> limitEndsAt = 0;  ///< nanoseconds on the monotonic clock; 0: no limit is in force
+    std::atomic<std::int64_t> activeTime = 0;   ///< nanoseconds that the waiting process was not stopped so far
     std::atomic<std::uint32_t> suitesBegun = 0; ///< of the command line
-    CSharedText running;                        ///< path of the node that runs; empty: none
+    CSharedText running;                        ///< node that runs: path, line and name, a line each; empty: none
     CSharedText lastError;                      ///< why the running process ended itself; empty: it did not
 };

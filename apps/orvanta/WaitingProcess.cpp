@@ -16,7 +16,9 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
+#include <sstream>
 
 #include <fcntl.h>
 #include <sys/epoll.h>
@@ -31,7 +33,7 @@ constexpr std::chrono::milliseconds TICK{200};
 /// A step of the clock that is longer was spent stopped.
 constexpr std::chrono::seconds LONGEST_STEP{1};
 /// A limit that has not taken effect after that long does not any more.
-constexpr std::chrono::seconds LIMIT_GRACE{1};
+constexpr std::chrono::seconds LIMIT_GRACE{2};
 
 std::unique_ptr<CRunFrontEnd> MakeFrontEnd(const SRunPlan& plan, CFrontEndHost& host)
 {
@@ -67,8 +69,18 @@ CWaitingProcess::~CWaitingProcess()
 
 EExitCode CWaitingProcess::Run()
 {
-    Fork();
+    // A request to stop waits until both processes know what to do with it.
+    sigset_t stops;
+    sigset_t before;
+    sigemptyset(&stops);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
+    {
+        sigaddset(&stops, signal);
+    }
+    pthread_sigmask(SIG_BLOCK, &stops, &before);
+    Fork(before);
     const CInterrupt interrupt(*this);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     m_FrontEnd = MakeFrontEnd(m_Plan, *this);
     if (m_Plan.options.protocol)
     {
@@ -94,7 +106,7 @@ EExitCode CWaitingProcess::Run()
     return End();
 }
 
-void CWaitingProcess::Fork()
+void CWaitingProcess::Fork(const sigset_t& mask)
 {
     std::fflush(nullptr);          // nothing is to be written twice
     std::signal(SIGCHLD, SIG_DFL); // who starts this program may have it ignored, and then there is no status
@@ -106,7 +118,7 @@ void CWaitingProcess::Fork()
     }
     if (m_Child == 0)
     {
-        RunForked(m_Link, m_Plan, waiting);
+        RunForked(m_Link, m_Plan, {waiting, mask});
     }
     m_Outputs.emplace_back(m_Link.output.ReadEnd(), EOutputStream::StdOut);
     m_Outputs.emplace_back(m_Link.errors.ReadEnd(), EOutputStream::StdErr);
@@ -312,20 +324,21 @@ void CWaitingProcess::NobodyAnswers(std::string_view why)
 
 // ---------------------------------------------------------------------------------------------------------- the limits
 
-/// Ends a process that does not come to its end by itself.
+/// Ends a process that does not come to its end by itself. Time spent stopped does not count.
 void CWaitingProcess::WatchTheClock()
 {
     const TClock::time_point before = m_Now;
     m_Now = TClock::now();
+    const auto step = std::min<std::chrono::nanoseconds>(m_Now - before, LONGEST_STEP);
     SSharedPage& page = *m_Link.page;
+    page.activeTime += step.count();
     const std::chrono::nanoseconds limit(page.limitEndsAt.load());
-    if (limit.count() != 0 && MonotonicNow() > limit + LIMIT_GRACE)
+    const bool isOverdue = limit.count() != 0 && MonotonicNow() > limit;
+    m_Overdue = isOverdue ? m_Overdue + step : std::chrono::nanoseconds(0);
+    const bool isIneffective = m_Overdue > LIMIT_GRACE; // the signal was blocked, or does not get through
+    if ((page.isBreakingDown || isIneffective || m_LastWord) && !m_Status)
     {
-        page.isBreakingDown = true; // the signal was blocked, or does not get through
-    }
-    if ((page.isBreakingDown || m_LastWord) && !m_Status)
-    {
-        m_Left -= std::min<std::chrono::nanoseconds>(m_Now - before, LONGEST_STEP);
+        m_Left -= step;
         if (m_Left.count() < 0 && m_KilledFor.empty())
         {
             m_KilledFor = "the rest of the run took longer than --exit-timeout allows";
@@ -363,7 +376,10 @@ EExitCode CWaitingProcess::End()
 void CWaitingProcess::Vanished()
 {
     SVanishedEvent vanished;
-    vanished.path = m_Link.page->running.Get();
+    std::istringstream place(m_Link.page->running.Get());
+    std::string line;
+    std::string name;
+    std::getline(place, vanished.path) && std::getline(place, line) && std::getline(place, name);
     if (WIFSIGNALED(*m_Status))
     {
         vanished.signal = static_cast<std::uint32_t>(WTERMSIG(*m_Status));
@@ -375,7 +391,12 @@ void CWaitingProcess::Vanished()
     std::string where;
     if (!vanished.path.empty())
     {
-        const SViewedNode& node = m_View.Have(vanished.path);
+        SViewedNode& node = m_View.Have(vanished.path);
+        if (node.line == 0) // the events that announce it were lost with the process
+        {
+            node.title = name.empty() ? node.title : name;
+            node.line = std::strtoull(line.c_str(), nullptr, 10);
+        }
         where = "; this was running: " + TitleAndPlace(m_View.TitleInPasses(node), node, m_View);
     }
     else if (!m_View.IsInRun())

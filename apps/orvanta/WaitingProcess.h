@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <memory>
 #include <optional>
 #include <set>
@@ -40,12 +41,14 @@ private:
     void NobodyAnswers(std::string_view why) override;
     const SPromptOpenEvent* OpenPrompt() const override { return m_Prompt ? &*m_Prompt : nullptr; }
     void RequestStop() override { RequestStopOf(*this, 0); }
+    void Tick() override { WatchTheClock(); }
+    bool IsEnded() const override { return m_EndedByUser || !m_KilledFor.empty(); }
 
     // For signals.
     int CountStop() noexcept override;
     void EndAtOnce(int signal) noexcept override;
 
-    void Fork();
+    void Fork(const sigset_t& mask);
     void Watch(int file) const;
     void WatchTheClock();
     void TakeRound(bool isLast);
@@ -73,7 +76,8 @@ private:
     std::uint64_t m_AskedPrompt = 0;          ///< id of the one that the front end was told of last
     std::optional<EExitCode> m_LastWord;
     TClock::time_point m_Now;
-    std::chrono::nanoseconds m_Left{}; ///< for the rest of a run that breaks down
+    std::chrono::nanoseconds m_Left{};    ///< for the rest of a run that breaks down
+    std::chrono::nanoseconds m_Overdue{}; ///< how long a limit has not taken effect
     std::string m_KilledFor;
     std::set<std::string, std::less<>> m_Errors; ///< that the running process told of
     std::atomic<bool> m_EndedByUser = false;

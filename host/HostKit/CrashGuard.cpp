@@ -24,7 +24,6 @@ constexpr std::array CRASHES{SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
 CCrashGuard* g_Guard = nullptr;
 std::array<struct sigaction, CRASHES.size()> g_CrashesBefore;
 struct sigaction g_TimerBefore;
-struct sigaction g_StopBefore;
 
 /// A real-time signal that few programs take for themselves.
 int TimerSignal()
@@ -32,24 +31,12 @@ int TimerSignal()
     return SIGRTMAX - 3;
 }
 
-std::string SecondsText(std::chrono::milliseconds time)
+/// The signals whose handlers belong to the host.
+std::vector<int> HandledSignals()
 {
-    return std::string(FormatText("%g s", std::chrono::duration<double>(time).count()));
-}
-
-void Handle(int signal, void (*handler)(int, siginfo_t*, void*), int blocked, struct sigaction* before)
-{
-    struct sigaction action
-    {
-    };
-    action.sa_sigaction = handler;
-    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
-    sigemptyset(&action.sa_mask);
-    if (blocked != 0)
-    {
-        sigaddset(&action.sa_mask, blocked);
-    }
-    sigaction(signal, &action, before);
+    std::vector<int> signals(CRASHES.begin(), CRASHES.end());
+    signals.insert(signals.end(), {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGTSTP, TimerSignal()});
+    return signals;
 }
 
 void FlushStreams()
@@ -59,6 +46,31 @@ void FlushStreams()
     std::fflush(stdout);
     std::fflush(stderr);
 }
+
+/// A process that test code forks is not to write again what is gathered here.
+void FlushBeforeFork()
+{
+    if (g_Guard)
+    {
+        FlushStreams();
+    }
+}
+
+std::string SecondsText(std::chrono::milliseconds time)
+{
+    return std::string(FormatText("%g s", std::chrono::duration<double>(time).count()));
+}
+
+void Handle(int signal, void (*handler)(int, siginfo_t*, void*))
+{
+    struct sigaction action
+    {
+    };
+    action.sa_sigaction = handler;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    sigaction(signal, &action, nullptr);
+}
 } // namespace
 
 CGuardedProcess::~CGuardedProcess() = default;
@@ -66,6 +78,7 @@ CGuardedProcess::~CGuardedProcess() = default;
 CCrashGuard::CCrashGuard(const STimeLimits& limits, CGuardedProcess& process)
     : m_Limits(limits)
     , m_Process(process)
+    , m_State(HandledSignals())
     , m_Id(getpid())
     , m_Thread(pthread_self())
     , m_Stack(std::make_unique<char[]>(STACK_SIZE))
@@ -84,8 +97,9 @@ CCrashGuard::CCrashGuard(const STimeLimits& limits, CGuardedProcess& process)
         sigaction(CRASHES[i], nullptr, &g_CrashesBefore[i]);
     }
     sigaction(TimerSignal(), nullptr, &g_TimerBefore);
-    sigaction(SIGTSTP, nullptr, &g_StopBefore);
     HandleSignals();
+    static const bool isFlushed = pthread_atfork(FlushBeforeFork, nullptr, nullptr) == 0;
+    static_cast<void>(isFlushed);
     sigevent event{};
     event.sigev_notify = SIGEV_THREAD_ID;
     event.sigev_signo = TimerSignal();
@@ -104,7 +118,6 @@ CCrashGuard::~CCrashGuard()
         sigaction(CRASHES[i], &g_CrashesBefore[i], nullptr);
     }
     sigaction(TimerSignal(), &g_TimerBefore, nullptr);
-    sigaction(SIGTSTP, &g_StopBefore, nullptr);
     g_Guard = nullptr;
     sigaltstack(&m_StackBefore, nullptr);
 }
@@ -113,13 +126,9 @@ void CCrashGuard::HandleSignals()
 {
     for (const int signal : CRASHES)
     {
-        Handle(signal, OnCrash, 0, nullptr);
+        Handle(signal, OnCrash);
     }
-    Handle(TimerSignal(), OnTimer, 0, nullptr);
-    if (g_StopBefore.sa_handler != SIG_IGN && (m_Limits.call || m_Limits.run))
-    {
-        Handle(SIGTSTP, OnStop, TimerSignal(), nullptr);
-    }
+    Handle(TimerSignal(), OnTimer);
 }
 
 // ------------------------------------------------------------------------------------------------------- the handlers
@@ -153,6 +162,7 @@ void CCrashGuard::OnCrash(int signal, siginfo_t* info, void* /*context*/)
 
 void CCrashGuard::Leave()
 {
+    m_Process.CallLeft(); // now: what was torn apart may keep the rest from going on
     siglongjmp(m_Return, 1);
 }
 
@@ -169,8 +179,8 @@ void CCrashGuard::OnTimer(int /*signal*/, siginfo_t* /*info*/, void* /*context*/
 void CCrashGuard::ExpireIfDue()
 {
     const TTime now = Now();
-    const bool isRun = m_RunEnds && now >= *m_RunEnds;
-    const bool isCall = m_CallEnds && now >= *m_CallEnds;
+    const bool isRun = m_RunLimit.ends != 0 && !m_WaitBegan && now >= Due(m_RunLimit);
+    const bool isCall = m_CallLimit.ends != 0 && now >= Due(m_CallLimit);
     if (!isRun && !isCall)
     {
         Arm(); // the process was stopped meanwhile
@@ -178,12 +188,15 @@ void CCrashGuard::ExpireIfDue()
     }
     if (isRun)
     {
-        m_RunEnds.reset();
+        m_RunLimit.ends = 0;
         m_RunIsOver = 1;
     }
     if (m_InCall == 0)
     {
-        StopRun(isRun);
+        if (isRun)
+        {
+            StopRun();
+        }
         return;
     }
     m_Reached = isRun ? ELimit::Run : ELimit::Call;
@@ -194,46 +207,19 @@ void CCrashGuard::ExpireIfDue()
     }
 }
 
-/// The run's own limit ended it outside of test code.
-void CCrashGuard::StopRun(bool isRun)
+/// The run's own limit ends it outside of test code.
+void CCrashGuard::StopRun()
 {
-    if (isRun && m_Stop)
-    {
-        m_Process.CallLeft();
-        m_Stop->RequestFor(EAbortCause::Limit, m_RunLimitText.c_str());
-    }
+    m_Process.CallLeft();
+    BreakDown(EAbortCause::Limit, m_RunLimitText.c_str());
 }
 
-/// Ctrl-Z: stops the process as it would without a handler; the limits do not count that time.
-void CCrashGuard::OnStop(int signal, siginfo_t* /*info*/, void* /*context*/)
+void CCrashGuard::BreakDown(EAbortCause cause, const char* text)
 {
-    const int callersError = errno;
-    const TTime begin = Now();
-    struct sigaction handled
+    if (m_Services)
     {
-    };
-    struct sigaction usual
-    {
-    };
-    usual.sa_handler = SIG_DFL;
-    sigaction(signal, &usual, &handled);
-    sigset_t stops;
-    sigemptyset(&stops);
-    sigaddset(&stops, signal);
-    std::raise(signal);
-    pthread_sigmask(SIG_UNBLOCK, &stops, nullptr); // here it stops
-    pthread_sigmask(SIG_BLOCK, &stops, nullptr);
-    sigaction(signal, &handled, nullptr);
-    if (g_Guard && getpid() == g_Guard->m_Id)
-    {
-        const TTime stopped = Now() - begin;
-        for (std::optional<TTime>* time : {&g_Guard->m_CallEnds, &g_Guard->m_RunEnds, &g_Guard->m_WaitBegan})
-        {
-            *time = *time ? std::optional(**time + stopped) : std::nullopt;
-        }
-        g_Guard->Arm();
+        m_Services->Stop->BreakDown(cause, text, m_Services->Run.InExitGroup);
     }
-    errno = callersError;
 }
 
 // --------------------------------------------------------------------------------------------------------- the limits
@@ -247,12 +233,28 @@ void CCrashGuard::SetTimer(TTime time)
     timer_settime(m_Timer, TIMER_ABSTIME, &when, nullptr);
 }
 
+void CCrashGuard::Begin(SLimit& limit, TTime time)
+{
+    limit.began = Now().count();
+    limit.activeBegan = m_Process.ActiveTime().count();
+    limit.ends = limit.began + time.count();
+}
+
+/// When a limit ends, with the time that the process was stopped on top.
+CCrashGuard::TTime CCrashGuard::Due(const SLimit& limit) const
+{
+    constexpr TTime UNCERTAIN = std::chrono::milliseconds(1500);
+    const TTime stopped = Now() - TTime(limit.began) - (m_Process.ActiveTime() - TTime(limit.activeBegan));
+    return TTime(limit.ends) + (stopped > UNCERTAIN ? stopped : TTime(0));
+}
+
 void CCrashGuard::Arm()
 {
-    std::optional<TTime> next = m_CallEnds;
-    if (m_RunEnds && !m_WaitBegan)
+    const bool hasRun = m_RunLimit.ends != 0 && !m_WaitBegan;
+    std::optional<TTime> next = m_CallLimit.ends != 0 ? std::optional(Due(m_CallLimit)) : std::nullopt;
+    if (hasRun)
     {
-        next = next ? std::min(*next, *m_RunEnds) : *m_RunEnds;
+        next = next ? std::min(*next, Due(m_RunLimit)) : Due(m_RunLimit);
     }
     SetTimer(next.value_or(TTime(0)));
     m_Process.LimitEndsAt(next);
@@ -266,14 +268,15 @@ void CCrashGuard::LockAwaited()
 
 void CCrashGuard::LockTaken()
 {
-    m_Stop = CAppState::Services().Stop;
-    if (m_RunEnds && m_WaitBegan)
+    SHostServices& services = CAppState::Services();
+    m_Services = services.Stop ? &services : nullptr;
+    if (m_RunLimit.ends != 0 && m_WaitBegan)
     {
-        *m_RunEnds += Now() - *m_WaitBegan;
+        m_RunLimit.ends += (Now() - *m_WaitBegan).count();
     }
-    else if (m_Limits.run && !m_RunEnds && m_RunIsOver == 0)
+    else if (m_Limits.run && m_RunLimit.ends == 0 && m_RunIsOver == 0)
     {
-        m_RunEnds = Now() + *m_Limits.run;
+        Begin(m_RunLimit, *m_Limits.run);
     }
     m_WaitBegan.reset();
     Arm();
@@ -288,15 +291,13 @@ bool CCrashGuard::Call(const QString& function, TCall call, const void* context)
 {
     m_Reached = ELimit::None;
     m_HasMovedDescriptors = false;
-    if (m_Limits.call)
-    {
-        m_CallEnds = Now() + *m_Limits.call;
-        Arm();
-    }
     const auto passOn = [&](const auto&) -> bool
     {
         EndCall(function);
-        StopRun(m_Reached == ELimit::Run); // within the service that threw
+        if (m_Reached == ELimit::Run) // within the service that threw
+        {
+            StopRun();
+        }
         throw;
     };
     const bool isReturned = Guarded([&] { return Protect(call, context); }, passOn);
@@ -308,21 +309,25 @@ bool CCrashGuard::Call(const QString& function, TCall call, const void* context)
     return m_Result;
 }
 
-/// False when the call was left.
+/// False when the call was left. While `m_InCall` is set, this frame lives.
 bool CCrashGuard::Protect(TCall call, const void* context)
 {
     try
     {
         if (sigsetjmp(m_Return, 0) != 0)
         {
+            m_InCall = 0;
             m_State.PutBackSignals(); // the handler's own is in force still
             return false;
         }
         m_InCall = 1;
+        BeginLimit();
         m_Result = call(context);
+        m_InCall = 0;
     }
     catch (const abi::__forced_unwind&)
     {
+        m_InCall = 0;
         // Below is nothing that could go on without its thread.
         if (getpid() == m_Id)
         {
@@ -330,20 +335,40 @@ bool CCrashGuard::Protect(TCall call, const void* context)
         }
         throw;
     }
+    catch (...)
+    {
+        m_InCall = 0;
+        throw;
+    }
     return true;
+}
+
+/// Not before the call can be left: a limit that ends before would have nothing to end.
+void CCrashGuard::BeginLimit()
+{
+    if (m_RunIsOver != 0 && m_Services && m_Services->Stop->IsBreakdownDue(m_Services->Run.InExitGroup))
+    {
+        m_Reached = ELimit::Run;
+        m_Signal = 0;
+        Leave();
+    }
+    if (m_Limits.call)
+    {
+        Begin(m_CallLimit, *m_Limits.call);
+        Arm();
+    }
 }
 
 void CCrashGuard::EndCall(const QString& function)
 {
-    m_InCall = 0;
     m_InService = 0;
     if (getpid() != m_Id)
     {
         return;
     }
-    if (m_CallEnds)
+    if (m_CallLimit.ends != 0)
     {
-        m_CallEnds.reset();
+        m_CallLimit.ends = 0;
         Arm();
     }
     std::string changed = m_State.PutBack();
@@ -365,12 +390,7 @@ void CCrashGuard::ThrowLeft(const QString& function)
     const std::string why = WhyLeft();
     const EAbortCause cause = m_Signal == 0 ? EAbortCause::Limit : EAbortCause::Crash;
     const std::string name = "Test function '" + function.toStdString() + "' ";
-    m_LeftText = name + (cause == EAbortCause::Crash ? why + '.' : "reached its " + why + '.');
-    m_Process.CallLeft();
-    if (m_Stop)
-    {
-        m_Stop->RequestFor(cause, m_LeftText.c_str());
-    }
+    BreakDown(cause, (name + (cause == EAbortCause::Crash ? why + '.' : "reached its " + why + '.')).c_str());
     throw ZKRunTimeException(why);
 }
 

@@ -4,6 +4,8 @@
 #include <HostKit/ProcessState.h>
 #include <HostKit/TestCall.h>
 
+#include <CoreKit/AbortCause.h>
+
 #include <atomic>
 #include <chrono>
 #include <csetjmp>
@@ -16,7 +18,7 @@
 #include <pthread.h>
 #include <time.h>
 
-class CStopControl;
+struct SHostServices;
 
 /// How long test code may take; none: as long as it likes.
 struct STimeLimits
@@ -25,8 +27,8 @@ struct STimeLimits
     std::optional<std::chrono::milliseconds> run;  ///< from the first lock to the last suite's end, waiting aside
 };
 
-/// What a process does for its guard, on the thread that runs the suite; `CallLeft` and `LimitEndsAt` also in handlers
-/// of signals there.
+/// What a process does for its guard, on the thread that runs the suite; `CallLeft`, `ActiveTime` and `LimitEndsAt`
+/// also in handlers of signals there.
 class HOSTKIT_EXPORT CGuardedProcess
 {
 public:
@@ -39,6 +41,8 @@ public:
     virtual bool PutBackDescriptors(bool withStandardStreams) = 0;
     /// A call was left: what remains of the run has little time.
     virtual void CallLeft() = 0;
+    /// A clock that stands still while the process is stopped, good to a second.
+    virtual std::chrono::nanoseconds ActiveTime() const = 0;
     /// When a limit in force ends, on the monotonic clock; none: no limit is.
     virtual void LimitEndsAt(std::optional<std::chrono::nanoseconds> time) = 0;
     /// The process cannot go on.
@@ -68,6 +72,13 @@ public:
 
 private:
     using TTime = std::chrono::nanoseconds; ///< on the monotonic clock
+    /// A limit in force.
+    struct SLimit
+    {
+        std::atomic<std::int64_t> ends = 0;        ///< nanoseconds, time spent stopped aside; 0: it is not in force
+        std::atomic<std::int64_t> began = 0;       ///< on the monotonic clock
+        std::atomic<std::int64_t> activeBegan = 0; ///< on the process's own
+    };
     enum class ELimit
     {
         None,
@@ -77,7 +88,6 @@ private:
 
     static void OnCrash(int signal, siginfo_t* info, void* context);
     static void OnTimer(int signal, siginfo_t* info, void* context);
-    static void OnStop(int signal, siginfo_t* info, void* context);
     static TTime Now();
 
     void HandleSignals();
@@ -85,8 +95,12 @@ private:
     [[noreturn]] void Leave();
     void ExpireIfDue();
     void SetTimer(TTime time);
-    void StopRun(bool isRun);
+    void StopRun();
     void Arm();
+    void Begin(SLimit& limit, TTime time);
+    TTime Due(const SLimit& limit) const;
+    void BreakDown(EAbortCause cause, const char* text);
+    void BeginLimit();
     bool Protect(TCall call, const void* context);
     void EndCall(const QString& function);
     [[noreturn]] void ThrowLeft(const QString& function);
@@ -94,7 +108,7 @@ private:
 
     const STimeLimits m_Limits;
     CGuardedProcess& m_Process;
-    CStopControl* m_Stop = nullptr; ///< of the run under way
+    SHostServices* m_Services = nullptr; ///< of the run under way; null: none that can be stopped
     CProcessState m_State;
     const pid_t m_Id;
     const pthread_t m_Thread;
@@ -102,7 +116,6 @@ private:
     stack_t m_StackBefore{};
     timer_t m_Timer{};
     std::string m_RunLimitText;
-    std::string m_LeftText; ///< of the call left last, for the stop control
 
     // What handlers of signals touch.
     sigjmp_buf m_Return{};
@@ -110,8 +123,8 @@ private:
     volatile std::sig_atomic_t m_InService = 0;
     volatile std::sig_atomic_t m_RunIsOver = 0;
     volatile ELimit m_Reached = ELimit::None; ///< during this call
-    std::optional<TTime> m_CallEnds;
-    std::optional<TTime> m_RunEnds;
+    SLimit m_CallLimit;
+    SLimit m_RunLimit;
     std::optional<TTime> m_WaitBegan; ///< for the lock
     int m_Signal = 0;                 ///< why the call was left; 0: a limit
     std::optional<std::uintptr_t> m_Address;

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 #include <unistd.h>
 
@@ -17,7 +18,23 @@ bool IsSame(const struct sigaction& left, const struct sigaction& right)
     // The handler and the one with more arguments share their place.
     return left.sa_sigaction == right.sa_sigaction && left.sa_flags == right.sa_flags;
 }
+/// How the processor computes; which exceptions it has seen does not count.
+bool IsSame(const std::fenv_t& left, const std::fenv_t& right)
+{
+#if defined(__x86_64__)
+    constexpr unsigned SEEN = 0x3F;
+    return left.__control_word == right.__control_word && (left.__mxcsr | SEEN) == (right.__mxcsr | SEEN);
+#else
+    return std::memcmp(&left, &right, sizeof left) == 0;
+#endif
+}
 } // namespace
+
+CProcessState::CProcessState(std::vector<int> signals)
+    : m_Signals(std::move(signals))
+    , m_Handlers(m_Signals.size())
+{
+}
 
 void CProcessState::Remember()
 {
@@ -29,14 +46,12 @@ void CProcessState::Remember()
     m_Locale = std::locale();
     m_ThreadLocale = uselocale(locale_t{});
     pthread_sigmask(SIG_SETMASK, nullptr, &m_Mask);
-    for (std::size_t i = 0; i < SIGNALS.size(); ++i)
+    for (std::size_t i = 0; i < m_Signals.size(); ++i)
     {
-        sigaction(SIGNALS[i], nullptr, &m_Handlers[i]);
+        sigaction(m_Signals[i], nullptr, &m_Handlers[i]);
     }
     sigaltstack(nullptr, &m_Stack);
     std::fegetenv(&m_Environment);
-    m_Rounding = std::fegetround();
-    m_Traps = fegetexcept();
     m_Umask = umask(0);
     umask(m_Umask);
 }
@@ -88,15 +103,15 @@ bool CProcessState::PutBackLocale()
 bool CProcessState::PutBackHandlers()
 {
     bool isChanged = false;
-    for (std::size_t i = 0; i < SIGNALS.size(); ++i)
+    for (std::size_t i = 0; i < m_Signals.size(); ++i)
     {
         struct sigaction now
         {
         };
-        sigaction(SIGNALS[i], nullptr, &now);
+        sigaction(m_Signals[i], nullptr, &now);
         if (!IsSame(now, m_Handlers[i]))
         {
-            sigaction(SIGNALS[i], &m_Handlers[i], nullptr);
+            sigaction(m_Signals[i], &m_Handlers[i], nullptr);
             isChanged = true;
         }
     }
@@ -119,7 +134,9 @@ bool CProcessState::PutBackSignals()
 
 bool CProcessState::PutBackArithmetic()
 {
-    const bool isChanged = std::fegetround() != m_Rounding || fegetexcept() != m_Traps;
+    std::fenv_t now;
+    std::fegetenv(&now);
+    const bool isChanged = !IsSame(now, m_Environment);
     if (isChanged)
     {
         std::fesetenv(&m_Environment);

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <array>
 #include <cfenv>
 #include <clocale>
 #include <csignal>
 #include <locale>
 #include <string>
+#include <vector>
 
 #include <sys/stat.h>
 
@@ -15,6 +15,9 @@
 class CProcessState
 {
 public:
+    /// `signals`: those whose handlers are looked after.
+    explicit CProcessState(std::vector<int> signals);
+
     /// From now on things are to be as they are.
     void Remember();
     /// Puts back what has changed since; says what that was, for people: empty when it was nothing.
@@ -23,9 +26,6 @@ public:
     bool PutBackSignals();
 
 private:
-    static constexpr std::array SIGNALS{SIGSEGV, SIGBUS,  SIGFPE, SIGILL,  SIGABRT,
-                                        SIGINT,  SIGTERM, SIGHUP, SIGPIPE, SIGTSTP};
-
     bool PutBackFolder();
     bool PutBackLocale();
     bool PutBackHandlers();
@@ -39,10 +39,9 @@ private:
     std::locale m_Locale;
     locale_t m_ThreadLocale{};
     sigset_t m_Mask{};
-    std::array<struct sigaction, SIGNALS.size()> m_Handlers{};
+    std::vector<int> m_Signals;
+    std::vector<struct sigaction> m_Handlers; ///< of each of the signals
     stack_t m_Stack{};
     std::fenv_t m_Environment{};
-    int m_Rounding = 0;
-    int m_Traps = 0;
     mode_t m_Umask = 0;
 };

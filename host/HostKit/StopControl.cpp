@@ -1,14 +1,35 @@
 #include <HostKit/RunFacts.h>
 #include <HostKit/StopControl.h>
 
-void CStopControl::RequestFor(EAbortCause cause, const char* text) noexcept
+#include <algorithm>
+#include <cstring>
+
+void CStopControl::BreakDown(EAbortCause cause, const char* text, bool inExitGroup) noexcept
 {
-    if (!HasReason())
+    if (!HasBrokenDown())
     {
         m_Cause = cause;
-        m_Text = text;
+        const std::size_t length = std::min(std::strlen(text), m_Text.size() - 1);
+        std::memcpy(m_Text.data(), text, length);
+        m_Text.at(length) = '\0';
+        m_HasBrokenDown = 1;
     }
-    Request();
+    if (inExitGroup)
+    {
+        m_BrokeInExitGroup = 1;
+    }
+}
+
+CStopControl::SAbort CStopControl::TakeReason(std::string_view text)
+{
+    if (!HasBrokenDown())
+    {
+        return {EAbortCause::Operator, std::string(text)};
+    }
+    SAbort abort{m_Cause, m_Text.data()};
+    m_HasBrokenDown = 0;
+    m_BrokeInExitGroup = 0;
+    return abort;
 }
 
 void CStopControl::RaiseIfDue(bool inExitGroup, std::string_view text)
@@ -17,13 +38,16 @@ void CStopControl::RaiseIfDue(bool inExitGroup, std::string_view text)
     {
         return;
     }
-    m_Raised = Needed(inExitGroup);
-    const char* const reason = m_Text.exchange(nullptr);
-    RaiseUserAbort(reason ? reason : text, reason ? m_Cause.load() : EAbortCause::Operator);
+    if (Requests() >= Needed(inExitGroup))
+    {
+        m_Raised = Needed(inExitGroup);
+    }
+    const SAbort abort = TakeReason(text);
+    RaiseUserAbort(abort.text, abort.cause);
 }
 
 void CStopControl::ReportUnraised(std::string_view text)
 {
-    const char* const reason = m_Text.exchange(nullptr);
-    ReportAbort(reason ? m_Cause.load() : EAbortCause::Operator, reason ? reason : text);
+    const SAbort abort = TakeReason(text);
+    ReportAbort(abort.cause, abort.text);
 }

@@ -4,11 +4,16 @@
 
 #include <CoreKit/AbortCause.h>
 
+#include <array>
 #include <atomic>
+#include <csignal>
+#include <string>
 #include <string_view>
 
-/// Requests to stop the runs of a session. One request ends a run before its next node, but for the exit group; a
-/// second one ends the exit group too. Requests stand until the object dies. Owned by the host, named in its services.
+/// What stops the runs of a session. One request of the operator ends a run before its next node, but for the exit
+/// group; a second one ends the exit group too. Requests stand until the object dies. A breakdown (a crash, a limit)
+/// ends the group that it happened in: a run, but for the exit group, or the exit group. Owned by the host, named in
+/// its services.
 class HOSTKIT_EXPORT CStopControl
 {
 public:
@@ -25,16 +30,21 @@ public:
     void Request() noexcept { m_Requests.fetch_add(1); }
     int Requests() const noexcept { return m_Requests.load(); }
 
-    /// A request that has a reason of its own, on the thread that runs the suite or in a handler of a signal there; the
-    /// text outlives the object. The first such reason is told, until it became an abort.
-    void RequestFor(EAbortCause cause, const char* text) noexcept;
-    /// Whether a request with a reason has not become an abort yet.
-    bool HasReason() const noexcept { return m_Text.load() != nullptr; }
+    /// A breakdown, on the thread that runs the suite or in a handler of a signal there. Of several, the text of the
+    /// first is told, cut to its room.
+    void BreakDown(EAbortCause cause, const char* text, bool inExitGroup) noexcept;
+    /// Whether a breakdown has not become an abort yet.
+    bool HasBrokenDown() const noexcept { return m_HasBrokenDown != 0; }
+    /// Whether one is to stop the run at once.
+    bool IsBreakdownDue(bool inExitGroup) const noexcept
+    {
+        return HasBrokenDown() && (!inExitGroup || m_BrokeInExitGroup != 0);
+    }
 
     /// Whether the run is to stop at once: for what waits within a step, such as a prompt.
     bool IsDue(bool inExitGroup) const noexcept
     {
-        return Requests() >= Needed(inExitGroup) && m_Raised < Needed(inExitGroup);
+        return IsBreakdownDue(inExitGroup) || (Requests() >= Needed(inExitGroup) && m_Raised < Needed(inExitGroup));
     }
     /// Raises the abort when it is due: once for the groups and once for the exit group. The text says where the
     /// operator's requests stopped it.
@@ -45,12 +55,24 @@ public:
     void NewRun() { m_Raised = 0; }
 
 private:
+    struct SAbort
+    {
+        EAbortCause cause = EAbortCause::Operator;
+        std::string text;
+    };
+
+    /// The breakdown that is to be told now, else a stop by the operator with the text.
+    SAbort TakeReason(std::string_view text);
     static constexpr int Needed(bool inExitGroup) { return inExitGroup ? 2 : 1; }
 
     std::atomic<int> m_OwnRequests = 0;
     std::atomic<int>& m_Requests;
     static_assert(std::atomic<int>::is_always_lock_free);
     int m_Raised = 0; ///< the number of the request that became an abort last
-    std::atomic<EAbortCause> m_Cause = EAbortCause::Operator;
-    std::atomic<const char*> m_Text = nullptr; ///< set after the cause
+
+    // Of breakdowns, which handlers of signals report.
+    EAbortCause m_Cause = EAbortCause::Crash;
+    std::array<char, 1000> m_Text{};
+    volatile std::sig_atomic_t m_HasBrokenDown = 0; ///< set after the text
+    volatile std::sig_atomic_t m_BrokeInExitGroup = 0;
 };

@@ -26,6 +26,7 @@ bool CallTestFunction(const QString& function, CTestCallGuard::TCall call, const
     const auto passOn = [process](const auto&) -> bool
     {
         EndIfForked(process);
+        ReportForeignCalls();
         throw;
     };
     const bool result = Guarded([&] { return guard ? guard->Call(function, call, context) : call(context); }, passOn);

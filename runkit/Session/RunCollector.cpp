@@ -100,7 +100,7 @@ void CRunCollector::TestLogAdded(std::string_view text, bool isTest, bool isSepa
 void CRunCollector::OutputFlushed(bool /*complete*/)
 {
     const CStopControl* const stop = CAppState::Services().Stop;
-    if (stop && stop->Requests() > 0)
+    if (stop && (stop->Requests() > 0 || stop->HasBrokenDown()))
     {
         CCallTree::Cancel(true);
     }

@@ -405,7 +405,7 @@ SOutcome CSession::CRun::Go()
     CallTree();
     ReportForeignCalls();
     CStopControl& stop = m_Session.stop;
-    if (stop.HasReason() || (stop.Requests() > 0 && !m_State.collector.Tally().Abort()))
+    if (stop.HasBrokenDown() || (stop.Requests() > 0 && !m_State.collector.Tally().Abort()))
     {
         stop.ReportUnraised("Interrupted by the operator, with nothing left to stop.");
     }
