@@ -1,6 +1,5 @@
 #include "ProtocolFrontEnd.h"
 
-#include "RunLink.h"
 #include "Terminal.h"
 
 #include <Events/Answer.h>
