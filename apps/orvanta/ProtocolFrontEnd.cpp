@@ -134,7 +134,7 @@ void CProtocolFrontEnd::ReadInput()
     }
     m_IsInputOver = count <= 0;
     m_Received.append(bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
-    if (m_IsInputOver && !m_Received.empty())
+    if (m_IsInputOver && !m_Received.empty() && !m_Received.ends_with('\n'))
     {
         m_Received += '\n';
     }

@@ -79,6 +79,12 @@ ZK_TEST(CallsAbort) { std::abort(); }
 ZK_TEST(Loops) { for (;;) { g_Zero = 0; } }
 ZK_TEST(BlocksAndLoops) { sigset_t all; sigfillset(&all); sigprocmask(SIG_BLOCK, &all, nullptr); for (;;) { g_Zero = 0; } }
 ZK_TEST(LogsForEver) { for (;;) { zk_log(6, "still here"); } }
+ZK_TEST(AwaitsThenCrashes) { zk_log(3, "awaiting"); usleep(400000); *reinterpret_cast<volatile int*>(8) = 1; return true; }
+ZK_TEST(Sleeps) { zk_log(3, "sleeping"); for (unsigned left = 2; left > 0;) { left = sleep(left); } return true; }
+ZK_TEST(IgnoresSignals) { for (int s = 1; s < 65; ++s) { std::signal(s, SIG_IGN); } return true; }
+ZK_TEST(FlushesToZero) { __builtin_ia32_ldmxcsr(__builtin_ia32_stmxcsr() | 0x8040); return true; }
+ZK_TEST(LogsElsewhereAndThrows) { std::thread([] { zk_failure("lost"); }).join(); throw 1; }
+ZK_TEST(ForkExits) { std::printf("unended "); const pid_t child = fork(); if (child == 0) { std::exit(0); } return Ends(child); }
 ZK_TEST(UnderscoreExits) { _exit(0); }
 ZK_TEST(Executes) { execl("/bin/true", "true", nullptr); return true; }
 ZK_TEST(BecomesDaemon) { return daemon(1, 1) == 0; }

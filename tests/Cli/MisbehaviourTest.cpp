@@ -132,6 +132,8 @@ TEST_F(CMisbehaviourTest, WhatATestLeavesBehindStaysOutOfTheNextStep)
         {"ChangesMask", 0, "changed the signal mask: put back.\n"},
         {"ChangesHandler", 0, "changed the handlers of signals: put back.\n"},
         {"ChangesRounding", 0, "changed the floating-point environment: put back.\n"},
+        {"FlushesToZero", 0, "changed the floating-point environment: put back.\n"},
+        {"IgnoresSignals", 0, "changed the handlers of signals: put back.\n"},
         {"ChangesUmask", 0, "changed the umask: put back.\n"},
         {"ClosesAll", 0, "all closed\n"},
         {"ClosesAll", 0, "changed the descriptors of files: put back.\n"},
@@ -141,6 +143,7 @@ TEST_F(CMisbehaviourTest, WhatATestLeavesBehindStaysOutOfTheNextStep)
         {"ForkReturns", 0, "  PASSED  Main / ForkReturns  "},
         {"ForkThrows", 0, "  PASSED  Main / ForkThrows  "},
         {"ForkLogs", 0, "  PASSED  Main / ForkLogs  "},
+        {"ForkExits", 0, "\nunended \n  PASSED"},
         {"ForkCrashes", 0, "  PASSED  Main / ForkCrashes  "},
         {"LogsElsewhere", 1, "error: 2 calls of zk_ functions came from other threads than the test function's and wrote nothing.\n"},
         {"AbortsElsewhere", 1, "error: 1 call of zk_ functions came from other threads"},
@@ -161,6 +164,75 @@ TEST_F(CMisbehaviourTest, WhatATestLeavesBehindStaysOutOfTheNextStep)
         EXPECT_EQ(Record().back().at("verdicts").at("warned"),
                   Contains(row.said, "put back") || Contains(row.said, "all closed") ? 1 : 0);
     }
+}
+
+TEST_F(CMisbehaviourTest, AStopAndABreakdownLeaveTheExitGroupToRun)
+{
+    const struct
+    {
+        const char* function;
+        const char* options;
+        const char* said;
+    } rows[] = {
+        {"AwaitsThenCrashes", "", "Aborted: Test function 'AwaitsThenCrashes' crashed: SIGSEGV at address 0x8."},
+        {"Sleeps", "--test-timeout 0.6 ", "Aborted: Test function 'Sleeps' reached its time limit of 0.6 s."},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.function);
+        QFile::remove(QString::fromStdString(Path("r")));
+        const auto run = Start(ORVANTA_PROGRAM, Words(RUN + row.options + Bad(row.function)));
+        while (!Contains(Read("r"), "ing\"}"))
+        {
+            ASSERT_FALSE(run->waitForFinished(5)) << "it does not wait";
+        }
+        kill(static_cast<pid_t>(run->processId()), SIGINT);
+        const SOutcome outcome = Finish(*run);
+        EXPECT_EQ(outcome.code, 3);
+        EXPECT_PRED2(Contains, outcome.out, row.said);
+        EXPECT_TRUE(HasPoweredOff());
+    }
+    // Two breakdowns, the first of which had nothing left to stop when it happened.
+    const std::string exit = "<x:ExitGroup>" + Call("ReadsNull") + "</x:ExitGroup>";
+    Bad("Works");
+    std::string suite = Read("bad.xml");
+    suite.replace(suite.find("<x:ExitGroup>"), suite.find("</x:ExitGroup>") - suite.find("<x:ExitGroup>") + 14, exit);
+    const std::size_t last = suite.rfind(Call("Works"));
+    Write("bad.xml", suite.replace(last, Call("Works").size(), Call("CallsAbort")));
+    const SOutcome twice = Run("--record r bad.xml");
+    EXPECT_EQ(twice.code, 3);
+    EXPECT_EQ(Events("abort").at(0).at("text"), "Test function 'CallsAbort' crashed: SIGABRT.");
+}
+
+TEST_F(CMisbehaviourTest, APromptDoesNotSuspendTheLimits)
+{
+    const std::string asks = "<x:InfoPopup text=\"Off?\"/>";
+    for (const auto& [function, options] :
+         {std::pair("ReadsNull", "--exit-timeout 1 "), {"Works", "--run-timeout 0.5 --exit-timeout 5 "}})
+    {
+        SCOPED_TRACE(options);
+        Bad(function);
+        std::string suite = Read("bad.xml");
+        Write("bad.xml", suite.insert(suite.find("<x:ExitGroup>") + 13, asks));
+        const auto terminal = RunAtTerminal(std::string(options) + "--record r bad.xml");
+        terminal->Expect("Off?");
+        EXPECT_EQ(terminal->Wait(), 3);
+        EXPECT_TRUE(terminal->IsRestored());
+    }
+}
+
+TEST_F(CMisbehaviourTest, TimeSpentStoppedCountsForNoLimit)
+{
+    const auto run = Start(ORVANTA_PROGRAM, Words(RUN + "--test-timeout 3 --exit-timeout 0.5 " + Bad("Sleeps")));
+    while (!Contains(Read("r"), "sleeping"))
+    {
+        ASSERT_FALSE(run->waitForFinished(5));
+    }
+    const auto group = -static_cast<pid_t>(run->processId());
+    kill(group, SIGSTOP); // as Ctrl-Z, which a group without a terminal does not get
+    QThread::sleep(4);
+    kill(group, SIGCONT);
+    EXPECT_EQ(Finish(*run).code, 0);
 }
 
 TEST_F(CMisbehaviourTest, OutputOfTestCodeStandsWhereItWasWritten)

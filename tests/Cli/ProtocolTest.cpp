@@ -87,6 +87,7 @@ TEST_F(CProtocolTest, AnswersThatDoNotFitAreRefusedAndThePromptStaysOpen)
         {R"({"answer": true, "id": "1"})", "not understood: "},
         {R"({"answer": 7})", "a yes/no prompt takes true or false"},
         {R"({"answer": "perhaps"})", "the answer is not true, false, a number"},
+        {R"({"answer": [true]})", "the answer is not true, false, a number"},
         {R"({"answer": null})", "the answer is not true, false, a number"},
         {R"({"answer": true, "id": 2})", "prompt 1 is open, not 2"},
     };
@@ -173,6 +174,28 @@ TEST_F(CProtocolTest, ATimeoutIsKeptForTheFrontEnd)
     Await(*run, "\"prompt-open\"");
     EXPECT_EQ(Await(*run, "\"prompt\"").at("answer"), "timeout");
     EXPECT_EQ(End(*run), 1);
+}
+
+TEST_F(CProtocolTest, AReaderThatStandsStillKeepsNobodyFromStoppingTheRun)
+{
+    const SOutcome outcome =
+        Shell("mkfifo in out; exec 3<>in 4<>out; '" ORVANTA_PROGRAM "' " + RUN + "--protocol --record r " +
+              Suite("<x:Group to=\"100000\">" + Call("Passes") + "</x:Group>") +
+              " < in > out & sleep 1; for i in 1 2 3; do echo '{\"abort\": true}' >&3; done; wait $!");
+    EXPECT_EQ(outcome.code, 3);
+    EXPECT_PRED2(Contains, outcome.err, "ended because the operator wanted the end; ");
+    EXPECT_EQ(Record().back().at("event"), "vanished");
+}
+
+TEST_F(CProtocolTest, ALineNestedDeeplyIsRefused)
+{
+    const auto run = StartProtocol(READY);
+    Await(*run, "\"prompt-open\"");
+    const std::string depth(200000, '[');
+    Say(*run, "{\"answer\": " + depth + std::string(200000, ']') + '}');
+    EXPECT_PRED2(Contains, Await(*run, "\"refused\"").at("reason"), "the answer is not true, false");
+    Say(*run, R"({"answer": true})");
+    EXPECT_EQ(End(*run), 0);
 }
 
 TEST_F(CProtocolTest, TestCodeNeitherSeesTheInputNorWritesToTheOutput)
