@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,8 +15,7 @@ namespace
 constexpr std::size_t MOST_GATHERED = std::size_t{64} * 1024;
 
 /// Empties a file that no other process writes; false, with the reason in `errno`, when that fails. File systems
-/// without locks do without, and what is no regular file is written as it comes. The lock is one that processes forked
-/// by tests do not inherit: it ends with this process, whatever they do.
+/// without locks do without, and what is no regular file is written as it comes.
 bool TakeOver(int file)
 {
     struct stat state
@@ -25,12 +25,7 @@ bool TakeOver(int file)
     {
         return true;
     }
-    struct flock lock
-    {
-    };
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    return (fcntl(file, F_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES)) && ftruncate(file, 0) == 0;
+    return (flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) && ftruncate(file, 0) == 0;
 }
 } // namespace
 
@@ -43,8 +38,7 @@ CLineFile::CLineFile(const std::string& path)
     {
         return;
     }
-    const std::string reason =
-        m_File >= 0 && (errno == EAGAIN || errno == EACCES) ? "another run is writing it" : std::strerror(errno);
+    const std::string reason = errno == EWOULDBLOCK ? "another run is writing it" : std::strerror(errno);
     if (m_File >= 0)
     {
         close(m_File);
@@ -55,6 +49,11 @@ CLineFile::CLineFile(const std::string& path)
 CLineFile::~CLineFile()
 {
     HandOver();
+    if (IsOwner())
+    {
+        // Processes that tests started may still hold the file open, and with it the lock.
+        flock(m_File, LOCK_UN);
+    }
     close(m_File);
 }
 
