@@ -342,9 +342,11 @@ TEST_F(CMisbehaviourTest, AKillAtAPromptLeavesTheTerminalAsItWas)
 {
     for (const bool killsChild : {false, true})
     {
+        SCOPED_TRACE(killsChild);
         Bad("Works", EPlace::Test, "<x:InfoPopup text=\"Well?\"/>");
         // The shell stays, since the terminal of a session that is over is nobody's.
-        const auto terminal = ShellAtTerminal("trap '' HUP; " + Command("--record r bad.xml") + "; exit $?");
+        const auto terminal =
+            ShellAtTerminal("trap '' HUP; " + Command("--record r bad.xml") + "; code=$?; sleep 0.5; exit $code");
         terminal->Expect("Well?");
         terminal->Expect("> ");
         EXPECT_FALSE(terminal->IsRestored());
