@@ -146,6 +146,7 @@ TEST_F(CMisbehaviourTest, WhatATestLeavesBehindStaysOutOfTheNextStep)
         {"ForkExits", 0, "\nunended \n  PASSED"},
         {"ForkCrashes", 0, "  PASSED  Main / ForkCrashes  "},
         {"LogsElsewhere", 1, "error: 2 calls of zk_ functions came from other threads than the test function's and wrote nothing.\n"},
+        {"LogsElsewhereAndThrows", 1, "error: 1 call of zk_ functions came from other threads than the test function's and wrote nothing.\nerror: FUNCTION 'LogsElsewhereAndThrows' "},
         {"AbortsElsewhere", 1, "error: 1 call of zk_ functions came from other threads"},
         // clang-format on
     };
