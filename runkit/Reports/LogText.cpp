@@ -1,4 +1,7 @@
-#include <Reports/LogFile.h>
+#include <Reports/LogText.h>
+
+#include <Reports/EventText.h>
+#include <Reports/TestNames.h>
 
 #include <CoreKit/Format.h>
 #include <CoreKit/PrintableText.h>
@@ -6,6 +9,7 @@
 #include <CoreKit/Time.h>
 #include <Events/Words.h>
 
+#include <utility>
 #include <variant>
 
 namespace
@@ -38,23 +42,18 @@ std::string Counts(const SVerdictCounts& verdicts)
 }
 } // namespace
 
-CLogFile::CLogFile(const std::string& path)
-    : m_File(path)
+CLogText::CLogText(std::function<void(std::string_view)> write)
+    : m_Write(std::move(write))
 {
 }
 
-void CLogFile::Take(const SEvent& event)
+void CLogText::Take(const SEvent& event)
 {
     m_Time = event.time;
     std::visit([this](const auto& what) { Tell(what); }, event.what);
 }
 
-void CLogFile::HandOver()
-{
-    m_File.HandOver();
-}
-
-void CLogFile::Tell(const SSuiteLoadEvent& event)
+void CLogText::Tell(const SSuiteLoadEvent& event)
 {
     if (!event.loaded)
     {
@@ -62,16 +61,11 @@ void CLogFile::Tell(const SSuiteLoadEvent& event)
     }
     for (const SProblem& problem : event.problems)
     {
-        const std::string place =
-            problem.line == 0 ? "" : std::to_string(problem.line) + ':' + std::to_string(problem.column) + ':';
-        const bool isError = problem.severity == ESeverity::Error;
-        Text(ALWAYS, isError ? "ERROR" : "note",
-             event.file + ':' + place + ' ' + std::string(WordOf(problem.severity)) + ": " + problem.message + " [" +
-                 problem.rule + ']');
+        Text(ALWAYS, problem.severity == ESeverity::Error ? "ERROR" : "note", ProblemText(event.file, problem));
     }
 }
 
-void CLogFile::Tell(const SRunStartEvent& event)
+void CLogText::Tell(const SRunStartEvent& event)
 {
     m_SuiteFile = event.file;
     m_Nodes.clear();
@@ -81,39 +75,39 @@ void CLogFile::Tell(const SRunStartEvent& event)
     }
 }
 
-void CLogFile::Tell(const SNodeEvent& event)
+void CLogText::Tell(const SNodeEvent& event)
 {
     const std::string& title = event.label.empty() ? event.name : event.label;
     m_Nodes[event.path] = {event.element + (title.empty() ? "" : " \"" + title + '"'), event.line};
 }
 
-void CLogFile::Tell(const SLogEvent& event)
+void CLogText::Tell(const SLogEvent& event)
 {
     Text(event.level, StatusName(event.status), event.text);
 }
 
-void CLogFile::Tell(const SPrintEvent& event)
+void CLogText::Tell(const SPrintEvent& event)
 {
     Text(event.level, "print", event.text);
 }
 
-void CLogFile::Tell(const STestLogEvent& event)
+void CLogText::Tell(const STestLogEvent& event)
 {
     Line(event.test ? "test" : event.separator ? "part" : "step", event.text);
 }
 
-void CLogFile::Tell(const SPassEvent& event)
+void CLogText::Tell(const SPassEvent& event)
 {
     const std::string iterator = event.variable ? ", " + *event.variable + " = " + std::to_string(event.iterator) : "";
     Write(TRACE, "pass", PrintableLine(Describe(event.path) + ": pass " + std::to_string(event.number) + iterator));
 }
 
-void CLogFile::Tell(const SSkipEvent& event)
+void CLogText::Tell(const SSkipEvent& event)
 {
     Line("note", "Skipped: " + Describe(event.path) + ": its condition does not hold");
 }
 
-void CLogFile::Tell(const SVerdictEvent& event)
+void CLogText::Tell(const SVerdictEvent& event)
 {
     if (event.verdict != EVerdict::Passed)
     {
@@ -123,79 +117,66 @@ void CLogFile::Tell(const SVerdictEvent& event)
     }
 }
 
-void CLogFile::Tell(const SAbortEvent& event)
+void CLogText::Tell(const SAbortEvent& event)
 {
     Line("abort", event.text);
 }
 
-void CLogFile::Tell(const SOutputEvent& event)
+void CLogText::Tell(const SOutputEvent& event)
 {
     Text(ALWAYS, event.stream == EOutputStream::StdErr ? "stderr" : "stdout", event.text);
 }
 
-void CLogFile::Tell(const SLockEvent& event)
+void CLogText::Tell(const SLockEvent& event)
 {
-    const std::string process = event.process ? " by process " + std::to_string(*event.process) : "";
-    const std::string host = event.host.empty() ? "" : " on " + event.host;
-    const std::string since = event.since ? std::string(" since ") + MakeUtcTimeString(*event.since).c_str() : "";
-    Line("note",
-         "The execution lock " + event.file + " is held" + process + host + since + ": " +
-             std::string(WordOf(event.state)));
+    Line("note", LockText(event));
 }
 
-void CLogFile::Tell(const SVanishedEvent& event)
+void CLogText::Tell(const SVanishedEvent& event)
 {
-    const std::string signal = event.signal ? ", signal " + std::to_string(*event.signal) : "";
-    const std::string status = event.status ? ", exit status " + std::to_string(*event.status) : "";
     const std::string node = event.path.empty() ? "" : "; this was running: " + Describe(event.path);
-    Line("ERROR", "The process that ran the suite ended without a word" + signal + status + node);
+    Line("ERROR", VanishedText(event) + node);
 }
 
-void CLogFile::Tell(const SHeadlineEvent& event)
+void CLogText::Tell(const SHeadlineEvent& event)
 {
     Line("result", event.text);
 }
 
-void CLogFile::Tell(const SNotRunEvent& event)
+void CLogText::Tell(const SNotRunEvent& event)
 {
     Line("note", "Not run: " + Describe(event.path) + ": " + std::string(WordOf(event.reason)));
 }
 
-void CLogFile::Tell(const SRunEndEvent& event)
+void CLogText::Tell(const SRunEndEvent& event)
 {
     // The engine's result knows nothing of what went wrong outside of its tests.
     const bool isMisleading = !event.passed && (event.result.empty() || event.result == "Passed");
     const CSafeString seconds = FormatText("%.3f s", std::chrono::duration<double>(event.duration).count());
     Line("result",
          (isMisleading ? "Not passed" : event.result) + "; " + Counts(event.verdicts) + "; " + seconds.c_str());
-    HandOver();
 }
 
-std::string CLogFile::Describe(const std::string& path, const std::vector<std::uint64_t>& passes) const
+std::string CLogText::Describe(const std::string& path, const std::vector<std::uint64_t>& passes) const
 {
-    std::string loops;
-    for (const std::uint64_t pass : passes)
-    {
-        loops += (loops.empty() ? " [" : ".") + std::to_string(pass);
-    }
-    loops += loops.empty() ? "" : "]";
+    const std::string loops = passes.empty() ? "" : ' ' + PassesText(passes);
     const auto node = m_Nodes.find(path);
     return node == m_Nodes.end()
         ? path + loops
         : path + ' ' + node->second.name + loops + " (" + m_SuiteFile + ':' + std::to_string(node->second.line) + ')';
 }
 
-void CLogFile::Text(std::uint32_t level, const char* kind, std::string_view text)
+void CLogText::Text(std::uint32_t level, const char* kind, std::string_view text)
 {
     Write(level, kind, PrintableText(text));
 }
 
-void CLogFile::Line(const char* kind, std::string_view text)
+void CLogText::Line(const char* kind, std::string_view text)
 {
     Write(ALWAYS, kind, PrintableLine(text));
 }
 
-void CLogFile::Write(std::uint32_t level, const char* kind, std::string_view text)
+void CLogText::Write(std::uint32_t level, const char* kind, std::string_view text)
 {
     while (!text.empty() && text.back() == '\n')
     {
@@ -212,5 +193,5 @@ void CLogFile::Write(std::uint32_t level, const char* kind, std::string_view tex
             line += indent;
         }
     }
-    m_File.Append(line += '\n');
+    m_Write(line += '\n');
 }

@@ -1,30 +1,25 @@
 #pragma once
 
-#include <Events/EventSink.h>
-#include <Reports/LineFile.h>
-#include <Reports/ReportsExport.h>
+#include <Events/Event.h>
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
-/// The complete log of a run as plain text, for people: one entry a line with time, level, kind and text as
+/// The complete log of runs as plain text, for people: one entry a line with time, level, kind and text as
 /// `PrintableText` shows it, further lines of a text indented below it. Nodes are named as the `node` events described
-/// them. Owned by the host. The constructor throws `ZKRunTimeException` when the file cannot be written; later trouble
-/// is kept in `WriteError`.
-class REPORTS_EXPORT CLogFile : public CEventSink
+/// them.
+class CLogText
 {
 public:
-    explicit CLogFile(const std::string& path);
+    /// `write` takes whole lines.
+    explicit CLogText(std::function<void(std::string_view lines)> write);
 
-    void Take(const SEvent& event) override;
-    void HandOver() override;
-
-    const std::string& Path() const { return m_File.Path(); }
-    std::string WriteError() const { return m_File.WriteError(); }
+    void Take(const SEvent& event);
 
 private:
     struct SNode
@@ -61,7 +56,7 @@ private:
     /// `text` is printable.
     void Write(std::uint32_t level, const char* kind, std::string_view text);
 
-    CLineFile m_File;
+    std::function<void(std::string_view)> m_Write;
     std::chrono::system_clock::time_point m_Time; ///< of the event that is being told
     std::string m_SuiteFile;
     std::unordered_map<std::string, SNode> m_Nodes; ///< of the current run, by path
