@@ -77,7 +77,7 @@ public:
 std::string Written(const pugi::xml_document& document, unsigned int depth)
 {
     CTextWriter writer;
-    document.print(writer, "  ", pugi::format_indent | pugi::format_no_declaration, pugi::encoding_utf8, depth);
+    document.first_child().print(writer, "  ", pugi::format_indent, pugi::encoding_utf8, depth);
     return writer.text;
 }
 
@@ -214,7 +214,7 @@ void CJUnitReport::WriteSuite(const std::string& name, std::chrono::milliseconds
     suite.append_attribute("errors").set_value(static_cast<unsigned long long>(m_ErrorCount));
     suite.append_attribute("skipped").set_value(static_cast<unsigned long long>(m_SkippedCount));
     SetText(suite, "time", Seconds(duration));
-    std::string tag = Written(document, 0);
+    std::string tag = Written(document, 1);
     tag.replace(tag.rfind(" />"), std::string::npos, ">\n");
     m_File.Write(tag);
     const auto copy = [this](std::string_view piece) { m_File.Write(piece); };
@@ -364,7 +364,7 @@ void CJUnitReport::WriteSkipped(const std::string& path, const std::string& reas
 void CJUnitReport::WriteCase(const pugi::xml_document& document)
 {
     ++m_TestCount;
-    m_Cases->Append(Written(document, 1));
+    m_Cases->Append(Written(document, 2));
 }
 
 void CJUnitReport::WriteProperty(const std::string& name, const std::string& value)
@@ -373,7 +373,7 @@ void CJUnitReport::WriteProperty(const std::string& name, const std::string& val
     pugi::xml_node property = document.append_child("property");
     SetText(property, "name", name);
     SetText(property, "value", value);
-    m_Properties->Append(Written(document, 2));
+    m_Properties->Append(Written(document, 3));
 }
 
 void CJUnitReport::WriteMeasurements(const STestName& name)
