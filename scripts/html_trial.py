@@ -300,7 +300,8 @@ class Trial:
         self.equal(f"{name}: the browser has nothing to complain of", self.browser.complaints(), [])
 
     def text(self, selector):
-        return self.browser.run("return document.querySelector(arguments[0])?.innerText.trim()", selector)
+        found = self.browser.run("return document.querySelector(arguments[0])?.innerText.trim()", selector)
+        return found and found.replace("\u00a0", " ")
 
     def count(self, selector):
         return self.browser.run("return document.querySelectorAll(arguments[0]).length", selector)

@@ -238,9 +238,7 @@ void CHtmlReport::Tell(const SNotRunEvent& event)
 void CHtmlReport::Tell(const SRunEndEvent& event)
 {
     const SVerdictCounts& verdicts = event.verdicts;
-    Row("end", event.result, event.reportName, std::int64_t{event.duration.count()},
+    Row("end", event.result, std::int64_t{event.duration.count()},
         std::array{verdicts.passed, verdicts.failed, verdicts.errors, verdicts.aborted, verdicts.notRun,
-                   verdicts.warned},
-        std::array{event.executed, event.failedExecutions, event.tests, event.passes, event.warnings, event.aborts,
-                   event.failures});
+                   verdicts.warned});
 }
