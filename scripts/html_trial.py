@@ -36,7 +36,7 @@ class Record:
     def start(self, name, file, nodes, meta=None):
         """A node is (path, element, name, label, whether it is a test)."""
         self.add("suite-load", file=file, loaded=True, problems=[])
-        self.add("run-start", suite=name, file=file, library=name + "Tests", executionType=0, mode=0, meta=meta or {})
+        self.add("run-start", suite=name, file=file, library=name.replace(" ", ""), executionType=0, mode=0, meta=meta or {})
         for line, (path, element, title, label, test) in enumerate(nodes, 2):
             keys = {"path": path, "element": element, "name": title, "label": label, "line": line}
             self.nodes[path] = keys
