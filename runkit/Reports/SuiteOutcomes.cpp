@@ -3,15 +3,7 @@
 #include <CoreKit/TestStatus.h>
 
 #include <algorithm>
-#include <array>
 #include <variant>
-
-std::string_view WordOf(ESuiteOutcome outcome)
-{
-    static constexpr std::array<std::string_view, 8> WORDS{"passed",     "completed", "nothing ran", "failed",
-                                                           "not loaded", "refused",   "aborted",     "error"};
-    return WORDS.at(static_cast<std::size_t>(outcome));
-}
 
 void CSuiteOutcomes::Take(const SEvent& event)
 {
@@ -108,12 +100,6 @@ void CSuiteOutcomes::On(const SNotRunEvent& notRun)
 
 void CSuiteOutcomes::On(const SRunEndEvent& end)
 {
-    m_Counts.passed += end.verdicts.passed;
-    m_Counts.failed += end.verdicts.failed;
-    m_Counts.errors += end.verdicts.errors;
-    m_Counts.aborted += end.verdicts.aborted;
-    m_Counts.notRun += end.verdicts.notRun;
-    m_Counts.warned += end.verdicts.warned;
     if (m_Suites.empty())
     {
         Begin({});

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <Events/Event.h>
+#include <Events/Words.h>
 
+#include <array>
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 /// What came of a suite, from good to bad.
@@ -22,8 +24,17 @@ enum class ESuiteOutcome
     Error,
 };
 
-/// The word for people and for the page's styles.
-std::string_view WordOf(ESuiteOutcome outcome);
+template <>
+inline constexpr auto WORDS<ESuiteOutcome> = std::to_array<std::pair<ESuiteOutcome, std::string_view>>({
+    {ESuiteOutcome::Passed, "passed"},
+    {ESuiteOutcome::Completed, "completed"},
+    {ESuiteOutcome::NothingRan, "nothing ran"},
+    {ESuiteOutcome::Failed, "failed"},
+    {ESuiteOutcome::NotLoaded, "not loaded"},
+    {ESuiteOutcome::Refused, "refused"},
+    {ESuiteOutcome::Aborted, "aborted"},
+    {ESuiteOutcome::Error, "error"},
+});
 
 /// What came of each suite of one or more records, and of all together: never better than anything that an event of its
 /// run has told. Has to see every event.
@@ -38,8 +49,6 @@ public:
     std::vector<std::string_view> Words() const;
     /// The worst; suites without a run count when no other had one.
     ESuiteOutcome Overall() const;
-
-    const SVerdictCounts& Counts() const { return m_Counts; }
 
 private:
     struct SSuite
@@ -70,7 +79,6 @@ private:
     std::vector<SSuite> m_Suites;
     std::size_t m_Current = 0;
     std::size_t m_Record = 0;
-    bool m_IsDiagnostic = false; ///< the run that started last
-    SVerdictCounts m_Counts;
+    bool m_IsDiagnostic = false;            ///< the run that started last
     std::optional<ESuiteOutcome> m_Outside; ///< of what no suite is to blame for
 };
