@@ -1,12 +1,13 @@
 """Makes records and drives a browser through the HTML reports on them; called by html-trial.sh.
 
-    html_trial.py records FOLDER             writes everything.jsonl, passes.jsonl and lines.jsonl
+    html_trial.py records FOLDER             writes everything.jsonl, passes.jsonl, lines.jsonl and wide.jsonl
     html_trial.py browse FOLDER [SCREENSHOTS]
 """
 import base64
 import datetime
 import json
 import os
+import signal
 import subprocess
 import sys
 import tempfile
@@ -171,6 +172,25 @@ def lines(path):
     record.end("Passed", (1, 0, 0, 0, 0, 0))
 
 
+def wide(path):
+    """Very many tests in groups, of which every other fails."""
+    record = Record(path)
+    groups = range(200)
+    tests = range(EVENTS // 1000)
+    record.start("Wide", "wide.xml", [("/", "x:TestSuite", "Wide", "", False)] + [
+        node for group in groups for node in [(f"/{group}", "x:Group", f"Group {group}", "", False)] + [
+            (f"/{group}/{test}", "x:Function", f"Test {group}.{test}", "", True) for test in tests]])
+    record.state("/", "executing")
+    for group in groups:
+        record.state(f"/{group}", "executing")
+        for test in tests:
+            record.call(f"/{group}/{test}", *(("failed", 1, "returned false") if test % 2 else ("passed", 1)))
+        record.state(f"/{group}", "failed")
+    record.state("/", "failed")
+    half = len(groups) * len(tests) // 2
+    record.end("Failed", (half, half, 0, 0, 0, 0))
+
+
 # ------------------------------------------------------------------------------------------------------------ browser
 
 class Browser:
@@ -179,7 +199,7 @@ class Browser:
     def __init__(self):
         self.profile = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
         self.driver = subprocess.Popen(["chromedriver", "--port=0"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                                       text=True)
+                                       text=True, start_new_session=True)
         while "successfully on port" not in (line := self.driver.stdout.readline()):
             if not line:
                 raise RuntimeError("chromedriver does not start")
@@ -196,7 +216,7 @@ class Browser:
         try:
             self.send("DELETE", "")
         finally:
-            self.driver.terminate()
+            os.killpg(self.driver.pid, signal.SIGTERM)  # the browser too, when it does not answer
             self.driver.wait()
             self.profile.cleanup()
 
@@ -430,9 +450,27 @@ class Trial:
         self.equal("lines: finds it", self.text("#found"), "1 node and 1 line")
         self.quiet("lines")
 
+    def many(self):
+        browser = self.browser
+        self.open("wide")
+        taken = browser.run("const begin = performance.now(); showTree(true); document.body.offsetHeight;"
+                            "return performance.now() - begin")
+        self.check("wide: 20,000 nodes unfold within 1000 ms", taken < 1000, f"{taken:.0f} ms")
+        browser.run("location.hash = '#s1/150/77'")
+        self.check("wide: a link leads to a test far down", browser.wait(
+            "document.activeElement.closest('li')?.dataset.id === 's1/150/77'"))
+        elements = self.count("*")
+        self.check("wide: few elements", elements < 6000, elements)
+        begin = time.monotonic()
+        browser.devtools("Page.printToPDF")
+        self.check("wide: it prints within 20 s", time.monotonic() - begin < 20, f"{time.monotonic() - begin:.1f} s")
+        self.equal("wide: all that failed is on the paper", self.count(".chunk:not(.unprinted) .card")
+                   + self.count("#not-passed-rest li"), 10000)
+        self.quiet("wide")
+
     def all(self):
         try:
-            for part in (self.demo, self.use, self.looks, self.address, self.large):
+            for part in (self.demo, self.use, self.looks, self.address, self.large, self.many):
                 part()
         finally:
             self.browser.close()
@@ -443,7 +481,7 @@ class Trial:
 def main():
     command, folder = sys.argv[1:3]
     if command == "records":
-        for make in (everything, passes, lines):
+        for make in (everything, passes, lines, wide):
             make(os.path.join(folder, make.__name__ + ".jsonl"))
         return 0
     return Trial(folder, sys.argv[3] if len(sys.argv) > 3 else "").all()
