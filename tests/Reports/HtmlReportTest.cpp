@@ -239,8 +239,8 @@ TEST(HtmlReport, TheVerdictIsNeverBetterThanTheEvents)
 TEST(HtmlReport, ThePageFetchesNothing)
 {
     const SPage page = PageOf({});
-    EXPECT_NE(page.head.find("content=\"default-src 'none'; style-src 'unsafe-inline'; script-src 'sha256-"),
-              std::string::npos);
+    EXPECT_NE(page.head.find("content=\"default-src 'none';"), std::string::npos);
+    EXPECT_NE(page.head.find("script-src 'sha256-"), std::string::npos);
     const std::string all = page.head + page.rest;
     for (const char* way :
          {" src=", "url(", "@import", "<link", "fetch(", "XMLHttpRequest", "innerHTML", "https:", "SCRIPT_HASH"})
