@@ -1,6 +1,8 @@
+#include "DiffCommand.h"
 #include "EarlyExit.h"
 #include "ListCommand.h"
 #include "Options.h"
+#include "ReportCommand.h"
 #include "RunCommand.h"
 #include "SchemaCommand.h"
 #include "StartFolder.h"
@@ -27,6 +29,10 @@ EExitCode Execute(const SOptions& options)
         return RunSuites(options);
     case ECommand::List:
         return ListSuites(options);
+    case ECommand::Report:
+        return ReportRecords(options);
+    case ECommand::Diff:
+        return CompareRecords(options);
     case ECommand::Schema:
         return PrintSchema();
     case ECommand::None:

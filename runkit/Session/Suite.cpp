@@ -3,13 +3,13 @@
 #include <Session/Selection.h>
 #include <Session/SuiteState.h>
 
+#include <Events/Node.h>
 #include <HostKit/DOMDoc.h>
 #include <Orvanta/Element.h>
 #include <Orvanta/FunctionNode.h>
 #include <Orvanta/GroupRecursiveNode.h>
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <string_view>
 #include <utility>
@@ -57,10 +57,7 @@ private:
 
 ENodeKind KindOf(const CNode& node)
 {
-    static constexpr std::array<std::string_view, 5> EXECUTIONS{"x:Function", "x:BooleanPopup", "x:InfoPopup",
-                                                                "x:SetPopup", "x:Set"};
-    const CSafeString element = node.TypeName();
-    if (std::find(EXECUTIONS.begin(), EXECUTIONS.end(), std::string_view(element)) != EXECUTIONS.end())
+    if (IsExecution(std::string_view(node.TypeName())))
     {
         return ENodeKind::Execution;
     }
@@ -123,6 +120,11 @@ std::vector<SNodeInfo> CSuite::Nodes() const
 std::vector<std::string> CSuite::Select(const std::vector<SSelection>& selections)
 {
     return Loaded() ? ApplySelection(*m_State->root, m_State->nodes, Nodes(), selections) : std::vector<std::string>();
+}
+
+bool CSuite::SelectOnly(const std::function<bool(const SNodeInfo& node)>& isWanted)
+{
+    return Loaded() && ApplyChoice(*m_State->root, m_State->nodes, Nodes(), isWanted);
 }
 
 void CSuite::SState::DescribeRun(std::vector<SRunNode>& table, std::vector<std::size_t>& rows) const

@@ -6,6 +6,7 @@
 
 #include <Events/Problem.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -37,6 +38,10 @@ public:
     /// Applies selections in order, the first that selects starting from nothing selected. Returns the patterns that
     /// match no node.
     std::vector<std::string> Select(const std::vector<SSelection>& selections);
+
+    /// Selects, of the nodes that the selection decides about and that have none below them, those that are wanted, and
+    /// no other. False when there is none.
+    bool SelectOnly(const std::function<bool(const SNodeInfo& node)>& isWanted);
 
 private:
     friend class CSession;
