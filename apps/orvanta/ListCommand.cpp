@@ -120,7 +120,9 @@ EExitCode ListSuites(const SOptions& options)
     const EExitCode prepared = Guarded(
         [&]
         {
-            session.emplace(SetupOf(options));
+            SSetup setup = SetupOf(options);
+            setup.readOnly = true;
+            session.emplace(std::move(setup));
             return EExitCode::Passed;
         },
         [](const ZKException& exception) { return ReportUsage(ECommand::List, exception.what()); });

@@ -30,12 +30,19 @@ struct SCommand
 constexpr std::array COMMANDS{
     SCommand{ECommand::Run, "run", "orvanta run [options] SUITE...", "Run suites, one after the other"},
     SCommand{ECommand::List, "list", "orvanta list [options] SUITE...", "List the nodes of suites"},
+    SCommand{ECommand::Check, "check", "orvanta check [options] SUITE...", "Find what is wrong with suites unrun"},
     SCommand{ECommand::Schema, "schema", "orvanta schema", "Print the XML schema of suites, for editors"},
     SCommand{ECommand::None, "help", "orvanta help [COMMAND]", "Explain a command"},
 };
 
 constexpr const char* WAIT_FOR_EVER = "for ever";
 constexpr const char* GENERAL_USAGE = "orvanta COMMAND [options] [SUITE...]";
+
+constexpr const char* CHECK_EXIT_CODES = R"(Exit codes:
+  0  no errors were found; with --strict, no warnings either
+  1  there are some
+  4  wrong usage: unknown command or option, no node matches a pattern,
+     unreadable settings or answers file)";
 
 constexpr const char* EXIT_CODES = R"(Exit codes:
   0  every suite passed or completed
@@ -152,6 +159,13 @@ CCommandLine::CCommandLine(SOptions& options)
     CLI::App& list = *AddCommand("list");
     AddSuiteOptions(list);
     list.add_flag("--json", m_Options.json, "Write JSON, for programs");
+
+    CLI::App& check = *AddCommand("check");
+    AddSuiteOptions(check);
+    AddText(check, "--answers", m_Options.answers, "FILE", "Check this list of answers against the prompts, too");
+    check.add_flag("--json", m_Options.json, "Write JSON, for programs");
+    check.add_flag("--strict", m_Options.strict, "Let warnings count as errors do");
+    check.footer(CHECK_EXIT_CODES);
 
     AddCommand("schema");
     AddCommand("help")->add_option("COMMAND", m_HelpTopic, "The command to explain");

@@ -19,6 +19,7 @@ enum class ECommand
     None,
     Run,
     List,
+    Check,
     Schema,
 };
 
@@ -59,6 +60,7 @@ struct SOptions
     EWhen progress = EWhen::Auto;
 
     bool json = false;
+    bool strict = false;
 };
 
 /// Reads the command line. A result means that there is nothing left to do: help was asked for and is printed, or the

@@ -1,3 +1,4 @@
+#include "CheckCommand.h"
 #include "EarlyExit.h"
 #include "ListCommand.h"
 #include "Options.h"
@@ -27,6 +28,8 @@ EExitCode Execute(const SOptions& options)
         return RunSuites(options);
     case ECommand::List:
         return ListSuites(options);
+    case ECommand::Check:
+        return CheckSuites(options);
     case ECommand::Schema:
         return PrintSchema();
     case ECommand::None:

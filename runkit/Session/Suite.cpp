@@ -1,6 +1,8 @@
 #include <Session/Suite.h>
 
+#include <Session/AnswersCheck.h>
 #include <Session/Selection.h>
+#include <Session/SuiteCheck.h>
 #include <Session/SuiteState.h>
 
 #include <HostKit/DOMDoc.h>
@@ -123,6 +125,19 @@ std::vector<SNodeInfo> CSuite::Nodes() const
 std::vector<std::string> CSuite::Select(const std::vector<SSelection>& selections)
 {
     return Loaded() ? ApplySelection(*m_State->root, m_State->nodes, Nodes(), selections) : std::vector<std::string>();
+}
+
+std::vector<SProblem> CSuite::Check() const
+{
+    const CScopedServices installed(m_State->services);
+    return CheckDocument(*m_State->services.Document, m_State->problems);
+}
+
+std::vector<SProblem> CSuite::CheckAnswers(SAnswersAhead& answers) const
+{
+    const CScopedServices installed(m_State->services);
+    return Loaded() ? CheckAnswersAhead(*m_State->services.Document, m_State->nodes, Nodes(), answers)
+                    : std::vector<SProblem>();
 }
 
 void CSuite::SState::DescribeRun(std::vector<SRunNode>& table, std::vector<std::size_t>& rows) const
