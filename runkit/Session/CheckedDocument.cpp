@@ -61,6 +61,7 @@ void CCheckedDocument::CollectDeclarations()
     {
         if (element.type() == pugi::node_element)
         {
+            m_Rows.emplace(element.attribute("name").value(), m_Declarations.size());
             m_Declarations.push_back({element, element.attribute("name").value(),
                                       KnownType(element.attribute("type").value()),
                                       std::string_view(element.name()) == "x:Define"});
@@ -120,9 +121,8 @@ std::vector<pugi::xml_node> CCheckedDocument::Elements(const std::vector<std::st
 
 const SDeclaration* CCheckedDocument::Find(std::string_view name) const
 {
-    const auto found = std::find_if(m_Declarations.begin(), m_Declarations.end(),
-                                    [name](const SDeclaration& declaration) { return declaration.name == name; });
-    return found == m_Declarations.end() ? nullptr : &*found;
+    const auto found = m_Rows.find(name);
+    return found == m_Rows.end() ? nullptr : &m_Declarations[found->second];
 }
 
 std::string CCheckedDocument::MeantVariable(std::string_view name) const

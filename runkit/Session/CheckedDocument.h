@@ -5,6 +5,7 @@
 #include <Orvanta/Variable.h>
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -68,6 +69,7 @@ private:
 
     std::vector<pugi::xml_node> m_Elements;
     std::vector<SDeclaration> m_Declarations;
+    std::map<std::string, std::size_t, std::less<>> m_Rows; ///< of the declarations, by name
     std::vector<SReading> m_Readings;
     std::set<std::string, std::less<>> m_Written; ///< names that assignments, prompts and loops write
     std::unique_ptr<CReadLibrary> m_Library;

@@ -23,9 +23,11 @@ const SDeclaration* IteratorOf(const CCheckedDocument& document, const pugi::xml
     return declaration && declaration->type ? declaration : nullptr;
 }
 
-bool IsNumeric(EDataType type)
+/// Whether a loop can step a variable of the type. A group reads its iterator as a LONG when it starts, so that wider
+/// ones fail there.
+bool CanBeStepped(EDataType type)
 {
-    return type != DT_BOOL && type != DT_PVOID;
+    return type == DT_BYTE || type == DT_SHORT || type == DT_LONG;
 }
 
 bool IsLiteral(const pugi::xml_node& group, const char* attribute)
@@ -52,11 +54,15 @@ void FindIteratorsOfBadType(CCheckedDocument& document)
     for (const pugi::xml_node& group : document.Elements({"x:Group"}))
     {
         const SDeclaration* const iterator = IteratorOf(document, group);
-        if (iterator && !IsNumeric(*iterator->type) && SLoopOutline(document, group).IsStepped())
+        if (!iterator || CanBeStepped(*iterator->type))
+        {
+            continue;
+        }
+        if (*iterator->type != DT_BOOL || SLoopOutline(document, group).IsStepped())
         {
             document.Error(group,
                            "the iterator " + Quoted(iterator->name) + " is " + TypeToTypeName(*iterator->type).c_str() +
-                               "; a loop steps BYTE, SHORT, LONG and LONGLONG only");
+                               "; it must be BYTE, SHORT or LONG");
         }
     }
 }
@@ -66,7 +72,7 @@ void FindBoundsBeyondIterator(CCheckedDocument& document)
     for (const pugi::xml_node& group : document.Elements({"x:Group"}))
     {
         const SDeclaration* const iterator = IteratorOf(document, group);
-        if (!iterator || !IsNumeric(*iterator->type))
+        if (!iterator || !CanBeStepped(*iterator->type))
         {
             continue;
         }

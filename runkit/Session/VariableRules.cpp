@@ -35,13 +35,19 @@ std::vector<std::pair<pugi::xml_node, const char*>> Writers(const CCheckedDocume
     return writers;
 }
 
-/// The parameters that are passed by reference and read at all.
-std::vector<pugi::xml_node> References(const CCheckedDocument& document)
+/// The parameters that are passed by reference and read at all: those that say so, or those that say nothing that means
+/// anything.
+std::vector<pugi::xml_node> References(const CCheckedDocument& document, bool areMeant = true)
 {
     std::vector<pugi::xml_node> references = document.Elements({"x:Parameter"});
     std::erase_if(references,
-                  [](const pugi::xml_node& parameter)
-                  { return !IsByReference(parameter) || !KnownType(parameter.attribute("type").value()); });
+                  [areMeant](const pugi::xml_node& parameter)
+                  {
+                      const pugi::xml_attribute passed = parameter.attribute("passed");
+                      const bool isMeant = !passed || std::string_view(passed.value()) == "byRef";
+                      return !IsByReference(parameter) || isMeant != areMeant ||
+                          !KnownType(parameter.attribute("type").value());
+                  });
     return references;
 }
 
@@ -186,6 +192,10 @@ void FindUndeclaredVariables(CCheckedDocument& document)
                            attribute + ": " + Quoted(name) + " is not declared" + document.MeantVariable(name));
         }
     };
+    for (const pugi::xml_node& parameter : References(document, false))
+    {
+        checkNamed(parameter, "value", parameter.attribute("value").value());
+    }
     for (const SReading& reading : document.Readings())
     {
         checkNamed(reading.element, reading.attribute, reading.text);
