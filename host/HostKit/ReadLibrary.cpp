@@ -105,12 +105,20 @@ public:
     }
 
 private:
-    static bool IsFunction(const GElf_Sym& symbol)
+    bool IsFunction(const GElf_Sym& symbol) const
     {
         const unsigned type = GELF_ST_TYPE(symbol.st_info);
+        const bool isCode = type == STT_FUNC || type == STT_GNU_IFUNC || (type == STT_NOTYPE && IsInCode(symbol));
         const unsigned visibility = GELF_ST_VISIBILITY(symbol.st_other);
-        return symbol.st_shndx != SHN_UNDEF && GELF_ST_BIND(symbol.st_info) != STB_LOCAL &&
-            (type == STT_FUNC || type == STT_GNU_IFUNC) && (visibility == STV_DEFAULT || visibility == STV_PROTECTED);
+        return symbol.st_shndx != SHN_UNDEF && GELF_ST_BIND(symbol.st_info) != STB_LOCAL && isCode &&
+            (visibility == STV_DEFAULT || visibility == STV_PROTECTED);
+    }
+
+    /// Whether it stands among instructions, as what is written in assembly may without saying that it is a function.
+    bool IsInCode(const GElf_Sym& symbol) const
+    {
+        GElf_Shdr section{};
+        return gelf_getshdr(elf_getscn(m_Elf, symbol.st_shndx), &section) && (section.sh_flags & SHF_EXECINSTR) != 0;
     }
 
     /// Whether the loader starts it and does not load it: a program that can stand at any address looks like a library.

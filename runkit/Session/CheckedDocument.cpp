@@ -5,6 +5,7 @@
 #include <Orvanta/TestSuiteNode.h>
 
 #include <algorithm>
+#include <charconv>
 
 namespace
 {
@@ -176,4 +177,18 @@ std::string Quoted(std::string_view text)
 bool IsByReference(const pugi::xml_node& parameter)
 {
     return std::string_view(parameter.attribute("passed").value()) != "byVal";
+}
+
+bool IsPromptBound(const pugi::xml_attribute& bound)
+{
+    constexpr std::string_view BLANKS = " \t\n\r";
+    std::string_view text = bound.value();
+    text.remove_prefix(std::min(text.find_first_not_of(BLANKS), text.size()));
+    text.remove_suffix(text.size() - 1 - text.find_last_not_of(BLANKS));
+    text.remove_prefix(text.starts_with('+') ? 1 : 0);
+    const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    text.remove_prefix(isHexadecimal ? 2 : 0);
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, isHexadecimal ? 16 : 10);
+    return !bound || (error == std::errc() && end == text.data() + text.size());
 }

@@ -88,3 +88,6 @@ std::string Quoted(std::string_view text);
 
 /// Whether an element passes its value by reference, as "x:Parameter" does unless it says otherwise.
 bool IsByReference(const pugi::xml_node& parameter);
+
+/// Whether a prompt's bound is read as the number that it looks like; so is a missing one.
+bool IsPromptBound(const pugi::xml_attribute& bound);

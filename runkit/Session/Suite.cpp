@@ -3,9 +3,11 @@
 #include <Session/AnswersCheck.h>
 #include <Session/Selection.h>
 #include <Session/SuiteCheck.h>
+#include <Session/SuiteProblems.h>
 #include <Session/SuiteState.h>
 
 #include <HostKit/DOMDoc.h>
+#include <HostKit/DocumentSource.h>
 #include <Orvanta/Element.h>
 #include <Orvanta/FunctionNode.h>
 #include <Orvanta/GroupRecursiveNode.h>
@@ -130,7 +132,17 @@ std::vector<std::string> CSuite::Select(const std::vector<SSelection>& selection
 std::vector<SProblem> CSuite::Check() const
 {
     const CScopedServices installed(m_State->services);
-    return CheckDocument(*m_State->services.Document, m_State->problems);
+    const CDocumentSource& source = *m_State->services.Document;
+    std::vector<SProblem> problems = m_State->problems;
+    if (!m_State->state)
+    {
+        // It was left out before anyone looked whether it is valid.
+        TestSuiteState trial(source.Path(), ACCESS_NONE);
+        trial.Initialize();
+        const std::vector<SProblem> found = trial.IsValid() ? std::vector<SProblem>() : DocumentProblems(trial, source);
+        problems.insert(problems.end(), found.begin(), found.end());
+    }
+    return CheckDocument(source, problems);
 }
 
 std::vector<SProblem> CSuite::CheckAnswers(SAnswersAhead& answers) const

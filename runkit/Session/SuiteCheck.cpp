@@ -81,6 +81,7 @@ std::vector<SProblem> CheckDocument(const CDocumentSource& source, const std::ve
     const std::string_view root = source.Tree().document_element().name();
     if (source.TreeProblem() || root != "x:TestSuite")
     {
+        SortByPlace(problems);
         return problems;
     }
     for (SProblem& found : Find(source, CHECK_RULES))

@@ -5,7 +5,6 @@
 #include <Orvanta/SetPopupNode.h>
 #include <Orvanta/TestSuiteNode.h>
 
-#include <charconv>
 #include <set>
 
 namespace
@@ -150,20 +149,6 @@ void CheckValueElement(CCheckedDocument& document, const pugi::xml_node& element
     {
         document.Error(element, "the value for " + Quoted(target->name) + ": " + misfit);
     }
-}
-
-/// Whether a prompt's bound is read as the number that it looks like.
-bool IsBound(std::string_view text)
-{
-    constexpr std::string_view BLANKS = " \t\n\r";
-    text.remove_prefix(std::min(text.find_first_not_of(BLANKS), text.size()));
-    text.remove_suffix(text.size() - 1 - text.find_last_not_of(BLANKS));
-    text.remove_prefix(text.starts_with('+') ? 1 : 0);
-    const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
-    text.remove_prefix(isHexadecimal ? 2 : 0);
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, isHexadecimal ? 16 : 10);
-    return error == std::errc() && end == text.data() + text.size();
 }
 } // namespace
 
@@ -312,7 +297,7 @@ void FindBadLiterals(CCheckedDocument& document)
         for (const auto& [attribute, used] : {std::pair("min", bounds.min), std::pair("max", bounds.max)})
         {
             const pugi::xml_attribute bound = element.attribute(attribute);
-            if (bound && !IsBound(bound.value()))
+            if (!IsPromptBound(bound))
             {
                 document.Error(element,
                                std::string(attribute) + ": " + Quoted(bound.value()) +

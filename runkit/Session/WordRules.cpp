@@ -7,6 +7,7 @@
 #include <Orvanta/SetPopupNode.h>
 
 #include <algorithm>
+#include <array>
 #include <set>
 
 namespace
@@ -17,31 +18,36 @@ struct SWords
     const char* element;
     const char* attribute;
     std::vector<std::string> words;
-    bool ignoresCase;
     ESeverity severity;
-    const char* consequence;
+    const char* consequence; ///< null for a flag, which is read by its first letter
 };
 
 const std::vector<SWords>& KnownWords()
 {
-    const std::vector<std::string> flags{"true", "false", "yes", "no", "1", "0", "t", "f", "y", "n"};
     static const std::vector<SWords> rows{
-        {"x:Parameter", "passed", {"byVal", "byRef"}, false, ESeverity::Error, "an address is passed"},
-        {"x:Group", "iterType", {"Incr", "Decr"}, false, ESeverity::Warning, "the loop counts up"},
-        {"x:Group", "breakConditionType", {"Strict", "NonStrict"}, false, ESeverity::Warning, "the bound is excluded"},
-        {"x:SetPopup", "hex", flags, true, ESeverity::Warning, nullptr},
-        {"x:SetPopup", "initialize", flags, true, ESeverity::Warning, nullptr},
-        {"x:TestSuite", "alwaysload", flags, true, ESeverity::Warning, nullptr},
+        {"x:Parameter", "passed", {"byVal", "byRef"}, ESeverity::Error, "an address is passed"},
+        {"x:Group", "iterType", {"Incr", "Decr"}, ESeverity::Warning, "the loop counts up"},
+        {"x:Group", "breakConditionType", {"Strict", "NonStrict"}, ESeverity::Warning, "the bound is excluded"},
+        {"x:SetPopup", "hex", {"true", "false"}, ESeverity::Warning, nullptr},
+        {"x:SetPopup", "initialize", {"true", "false"}, ESeverity::Warning, nullptr},
+        {"x:TestSuite", "alwaysload", {"true", "false"}, ESeverity::Warning, nullptr},
     };
     return rows;
+}
+
+bool IsFlag(std::string_view word)
+{
+    static constexpr std::array<std::string_view, 10> FLAGS{"true", "false", "yes", "no", "t", "f", "y", "n", "1", "0"};
+    return std::find(FLAGS.begin(), FLAGS.end(), std::string_view(ToLower(word))) != FLAGS.end();
 }
 
 void CheckWord(CCheckedDocument& document, const pugi::xml_node& element, const SWords& known)
 {
     const pugi::xml_attribute attribute = element.attribute(known.attribute);
     const std::string word = attribute.value();
-    const std::string compared = known.ignoresCase ? std::string(ToLower(word)) : word;
-    if (!attribute || std::find(known.words.begin(), known.words.end(), compared) != known.words.end())
+    const bool isKnown =
+        known.consequence ? std::find(known.words.begin(), known.words.end(), word) != known.words.end() : IsFlag(word);
+    if (!attribute || isKnown)
     {
         return;
     }
@@ -136,6 +142,10 @@ void FindBadPromptRanges(CCheckedDocument& document)
 {
     for (const pugi::xml_node& prompt : document.Elements({"x:SetPopup"}))
     {
+        if (!IsPromptBound(prompt.attribute("min")) || !IsPromptBound(prompt.attribute("max")))
+        {
+            continue; // what they are read as is not what they say
+        }
         const auto [min, max] = CSetPopupNode::BoundsOf(prompt);
         if (min > max)
         {

@@ -86,12 +86,12 @@ TEST_F(LibWrapperTest, ALibraryThatIsReadTellsItsFunctionsAndRunsNone)
     CReadLibrary library("probe");
     EXPECT_FALSE(library.IsLoaded());
     ASSERT_TRUE(library.OpenLibrary()) << library.GetDiagnostic().c_str();
-    for (const char* const name : {"ProbeNumber", "ProbeIndirect", "ProbeWeak"})
+    for (const char* const name : {"ProbeNumber", "ProbeIndirect", "ProbeWeak", "ProbeAssembly"})
     {
         ASSERT_NE(library.GetFunction(name), nullptr) << name;
         EXPECT_THROW(library.GetFunction(name)(), ZKRunTimeException);
     }
-    for (const char* const name : {"ProbeData", "ProbeHidden", "ProbeNeeded", "strlen", "Probe", ""})
+    for (const char* const name : {"ProbeData", "ProbeTable", "ProbeHidden", "ProbeNeeded", "strlen", "Probe", ""})
     {
         EXPECT_EQ(library.GetFunction(name), nullptr) << name;
     }

@@ -36,3 +36,6 @@ TProbe ChooseIndirect()
 {
     return ProbeHidden;
 }
+
+asm(".text\n.globl ProbeAssembly\nProbeAssembly:\n");
+asm(".data\n.globl ProbeTable\nProbeTable:\n.text\n");

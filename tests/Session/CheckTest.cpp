@@ -158,7 +158,7 @@ TEST_F(CCheckTest, VariablesAndLiterals)
         {Local("LONG", "n"), Setting("n", "<x:Value value=\" 1\"/>"), {"6:1 error literal: \" 1\" is no number"}},
         {Local("LONG", "n"), Setting("n", "<x:Value value=\"08\"/>"), {}},
         {Local("BYTE", "n"), Setting("n", "<x:Value value=\"256\"/>"), {"6:1 error literal: the value for \"n\": \"256\" does not fit"}},
-        {Local("LONG", "$N"), Asking("min=\"1a\""), {"5:3 error literal: min: \"1a\" is no number, as a prompt's bounds must be; 1 would be used"}},
+        {Local("LONG", "$N"), Asking("min=\"1a\" max=\"0\""), {"5:3 error literal: min: \"1a\" is no number, as a prompt's bounds must be; 1 would be used"}},
         {Local("LONG", "$N") + Local("LONG", "$M"), Asking("max=\"$M\""), {"5:3 error literal: max: \"$M\" is no number, as a prompt's bounds must be; 0 would be used"}},
         {Local("LONG", "$N"), Asking("min=\" 0x10 \" max=\"+017\""), {}},
     };
@@ -314,6 +314,10 @@ TEST_F(CCheckTest, ADocumentThatDoesNotLoadIsCheckedAsFarAsItGoes)
     } rows[] = {
         {Local("FLOAT", "$N"), typo, LIBRARY, {"2:1 error unknown-type: Invalid variable type: FLOAT.", word}},
         {"", typo, "products=\"Other\" " + LIBRARY, {"0:0 error product: ", word, undeclared}},
+        {"",
+         typo + "<x:Grup/>",
+         "products=\"Other\" " + LIBRARY,
+         {"0:0 error product: ", word, undeclared, "6:11 error schema: x:Grup is unknown"}},
         {"", typo + "<x:Grup/>", LIBRARY, {word, undeclared, "6:11 error schema: x:Grup is unknown"}},
         {"", In("<x:Function nmae=\"Passes\"/>"), LIBRARY, {"5:3 error schema: "}},
         {"", "<x:Group>\n<x:Function name=\"Pass\"/>", LIBRARY, {"6:1 error schema: x:ExitGroup", "6:57 error xml: "}},
