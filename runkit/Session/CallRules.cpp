@@ -12,6 +12,7 @@ namespace
 std::string NotKnown(std::string_view type)
 {
     std::vector<std::string> names;
+    names.reserve(DATA_TYPES.size());
     for (const EDataType known : DATA_TYPES)
     {
         names.emplace_back(TypeToTypeName(known).c_str());

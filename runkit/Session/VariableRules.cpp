@@ -249,15 +249,15 @@ void FindReferencesOfOtherWidth(CCheckedDocument& document)
         const EDataType type = *KnownType(parameter.attribute("type").value());
         const std::size_t width = DataTypeWidth(type);
         const std::size_t variableWidth = DataTypeWidth(*declaration->type);
-        const std::string what = "a reference to " + TypeText(type);
         const std::string whose = Quoted(declaration->name) + ", which is " + TypeText(*declaration->type);
+        std::string message = "a reference to " + TypeText(type);
         if (width < variableWidth)
         {
-            document.Error(parameter, what + " is too narrow for " + whose);
+            document.Error(parameter, message.append(" is too narrow for ").append(whose));
         }
         else if (width > variableWidth)
         {
-            document.Warn(parameter, what + " reaches beyond " + whose);
+            document.Warn(parameter, message.append(" reaches beyond ").append(whose));
         }
     }
 }
