@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Kills the process that runs a suite, or the one that waits for it, at random moments, and checks what is left each
-# time: the record whole to its last line, no process, the lock free for the next run.
+# time: the record whole to its last line, the reports made from it with the call that was running, no process, the lock
+# free for the next run.
 #   scripts/kill-trials.sh [TRIALS] [BUILD_FOLDER]
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -20,6 +21,23 @@ XML
 sed 's/ to="100000"//' suite.xml > short.xml
 printf '[runtime]\nLockFileName=%s/lock\n' "$folder" > settings.ini
 run=("$build/apps/orvanta/orvanta" run --settings settings.ini -L "$build/tests/Cli" -q)
+
+# Checks a record line by line, and that the JUnit report made from it names the call that was running.
+cat > check.py <<'PYTHON'
+import json, sys
+events = [json.loads(line) for line in open("r", encoding="utf-8")]
+running = None
+for event in events:
+    if event["event"] == "state":
+        running = event["name"] if event["state"] == "executing" and event["element"] == "x:Function" else None
+if any(event["event"] == "run-end" for event in events):
+    sys.exit()
+cases = open("r.xml", encoding="utf-8").read()
+if running and f'message="ended inside {running}"' not in cases:
+    sys.exit(f"the report does not say that the run ended inside {running}")
+if any(event["event"] == "run-start" for event in events) and "<error" not in cases:
+    sys.exit("the report of a run that was cut off says nothing of it")
+PYTHON
 
 bad=0
 declare -A kills=([waiting]=0 [running]=0)
@@ -59,8 +77,8 @@ for ((i = 1; i <= trials; ++i)); do
     ((w < 200)) || complain $i "process $running is left"
     if [[ -s r ]]; then
         [[ $(tail -c 1 r | od -An -c | tr -d ' ') == '\n' ]] || complain $i "the record ends in a piece of a line"
-        python3 -c 'import json, sys
-for line in open("r", encoding="utf-8"): json.loads(line)' || complain $i "the record has a bad line"
+        "$build/apps/orvanta/orvanta" report --junit r.xml --html r.html r || complain $i "no reports from the record"
+        python3 check.py || complain $i "record or report is wrong"
         [[ $kind == waiting ]] || tail -n 1 r | grep -q '"event":"vanished"' || complain $i "the record names no end"
     fi
     "${run[@]}" short.xml > next 2>&1 || complain $i "the next run does not pass: $(cat next)"

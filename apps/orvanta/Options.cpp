@@ -31,12 +31,14 @@ constexpr std::array COMMANDS{
     SCommand{ECommand::Run, "run", "orvanta run [options] SUITE...", "Run suites, one after the other"},
     SCommand{ECommand::List, "list", "orvanta list [options] SUITE...", "List the nodes of suites"},
     SCommand{ECommand::Check, "check", "orvanta check [options] SUITE...", "Find what is wrong with suites unrun"},
+    SCommand{ECommand::Report, "report", "orvanta report [options] RECORD...", "Make reports from run records"},
+    SCommand{ECommand::Diff, "diff", "orvanta diff OLD NEW", "Tell what changed between two run records"},
     SCommand{ECommand::Schema, "schema", "orvanta schema", "Print the XML schema of suites, for editors"},
     SCommand{ECommand::None, "help", "orvanta help [COMMAND]", "Explain a command"},
 };
 
 constexpr const char* WAIT_FOR_EVER = "for ever";
-constexpr const char* GENERAL_USAGE = "orvanta COMMAND [options] [SUITE...]";
+constexpr const char* GENERAL_USAGE = "orvanta COMMAND [options] [FILE...]";
 
 constexpr const char* CHECK_EXIT_CODES = R"(Exit codes:
   0  no errors were found; with --strict, no warnings either
@@ -57,6 +59,13 @@ constexpr const char* EXIT_CODES = R"(Exit codes:
      filter, or its test library cannot be opened
   7  another run holds the execution lock
 Of several suites' codes the first of 3, 2, 7, 6, 1, 5 that occurred counts.)";
+
+constexpr const char* DIFF_FOOTER = R"(A line for each test that changed: broken, fixed, new, gone, slower (at least
+twice the time and 100 ms more), and for each measurement that moved by a tenth.
+Exit codes:
+  0  nothing is worse
+  1  a test is broken or gone
+  4  wrong usage: not two records that can be read)";
 
 const SCommand* FindCommand(std::string_view name)
 {
@@ -124,6 +133,9 @@ private:
     CLI::App* AddCommand(const char* name);
     void AddSuiteOptions(CLI::App& app);
     void AddRunOptions(CLI::App& app);
+    void AddReports(CLI::App& app);
+    void AddRecord(CLI::App& app, const char* name, const char* description);
+    void AddRerun(CLI::App& app);
     void AddVerbosity(CLI::App& app);
     static CLI::Option* AddText(CLI::App& app, const char* name, std::optional<std::string>& target, const char* type,
                                 const char* description);
@@ -167,6 +179,17 @@ CCommandLine::CCommandLine(SOptions& options)
     check.add_flag("--strict", m_Options.strict, "Let warnings count as errors do");
     check.footer(CHECK_EXIT_CODES);
 
+    CLI::App& report = *AddCommand("report");
+    report.add_option("RECORD", m_Options.records, "Run records, also ones that were cut off")
+        ->required()
+        ->type_name("");
+    AddReports(report);
+
+    CLI::App& diff = *AddCommand("diff");
+    AddRecord(diff, "OLD", "The record to compare with");
+    AddRecord(diff, "NEW", "The record of the later run");
+    diff.footer(DIFF_FOOTER);
+
     AddCommand("schema");
     AddCommand("help")->add_option("COMMAND", m_HelpTopic, "The command to explain");
 }
@@ -209,6 +232,7 @@ void CCommandLine::AddRunOptions(CLI::App& app)
     app.add_flag_callback("--validation", execution(EXECUTION_VALIDATION), "Validate the suites")->excludes(diagnostic);
     app.add_flag("--stop-on-failure", m_Options.stopOnFailure,
                  "Stop at the first node whose result is false;\nthe exit group runs all the same");
+    AddRerun(app);
     AddWait(app);
     AddText(app, "--answers", m_Options.answers, "FILE", "Answer the prompts from a JSON list");
     AddText(app, "--save-answers", m_Options.saveAnswers, "FILE", "Write the answers given, as such a list");
@@ -217,10 +241,30 @@ void CCommandLine::AddRunOptions(CLI::App& app)
     AddProcess(app);
     AddMeta(app);
     AddText(app, "--record", m_Options.record, "FILE", "Write the run record, as JSON Lines");
-    AddText(app, "--log", m_Options.log, "FILE", "Write the complete log, as text");
+    AddReports(app);
     AddVerbosity(app);
     AddWhen(app, "--color", m_Options.color, "Colours; auto: on a terminal");
     AddWhen(app, "--progress", m_Options.progress, "Status line; auto: on a terminal");
+}
+
+void CCommandLine::AddReports(CLI::App& app)
+{
+    AddText(app, "--junit", m_Options.reports.junit, "FILE", "Write a JUnit XML report");
+    AddText(app, "--html", m_Options.reports.html, "FILE", "Write a report to look at, as one HTML page");
+    AddText(app, "--log", m_Options.reports.log, "FILE", "Write the complete log, as text");
+}
+
+void CCommandLine::AddRecord(CLI::App& app, const char* name, const char* description)
+{
+    const auto add = [this](const std::string& record) { m_Options.records.push_back(record); };
+    app.add_option_function<std::string>(name, add, description)->required()->type_name("");
+}
+
+void CCommandLine::AddRerun(CLI::App& app)
+{
+    CLI::Option* const rerun = AddText(app, "--rerun", m_Options.rerun, "RECORD",
+                                       "Select as the run of this record did, less the\ntests that passed in it");
+    rerun->excludes(app.get_option("--select"))->excludes(app.get_option("--select-file"));
 }
 
 void CCommandLine::AddVerbosity(CLI::App& app)

@@ -5,6 +5,7 @@
 #include <HostKit/AppState.h>
 #include <HostKit/CrashGuard.h>
 #include <HostKit/LogTypes.h>
+#include <Reports/MakeReports.h>
 #include <Session/Setup.h>
 
 #include <chrono>
@@ -21,6 +22,8 @@ enum class ECommand
     List,
     Check,
     Schema,
+    Report,
+    Diff,
 };
 
 enum class EWhen
@@ -53,14 +56,17 @@ struct SOptions
     bool inProcess = false;
     STimeLimits limits;
     std::chrono::milliseconds exitTimeout{std::chrono::seconds(60)};
+    std::optional<std::string> rerun; ///< the record of the run whose tests are to run again
     std::optional<std::string> record;
-    std::optional<std::string> log;
+    SReportNames reports;
     ELogLevel logLevel = LL_WARNING;
     EWhen color = EWhen::Auto;
     EWhen progress = EWhen::Auto;
 
     bool json = false;
     bool strict = false;
+
+    std::vector<std::string> records; ///< that a report or a comparison is made of
 };
 
 /// Reads the command line. A result means that there is nothing left to do: help was asked for and is printed, or the

@@ -1,6 +1,7 @@
 #include "OutputNames.h"
 
 #include <CoreKit/Exceptions.h>
+#include <Reports/ReportFile.h>
 
 #include <array>
 #include <filesystem>
@@ -84,6 +85,28 @@ public:
 private:
     std::map<std::string, const char*> m_Uses;
 };
+
+void AddReports(CUses& uses, const SReportNames& names)
+{
+    uses.AddOutput(names.junit, "the JUnit report");
+    uses.AddOutput(names.html, "the HTML report");
+    uses.AddOutput(names.log, "the log");
+    for (const std::optional<std::string>& name : {names.junit, names.html})
+    {
+        if (name)
+        {
+            CReportFile::Check(*name);
+        }
+    }
+}
+
+bool IsSpecial(const std::string& name)
+{
+    struct stat file
+    {
+    };
+    return stat(name.c_str(), &file) == 0 && !S_ISREG(file.st_mode);
+}
 } // namespace
 
 void CheckOutputNames(const SOptions& options, const std::string& lockFile)
@@ -100,7 +123,24 @@ void CheckOutputNames(const SOptions& options, const std::string& lockFile)
     uses.AddInput(isSavedAgain ? std::nullopt : options.answers, "the answers");
     uses.AddInput("/dev/stdout", "the standard output");
     uses.AddInput("/dev/stderr", "the standard error output");
+    uses.AddInput(options.rerun, "the record to run again");
     uses.AddOutput(options.record, "the record");
-    uses.AddOutput(options.log, "the log");
+    AddReports(uses, options.reports);
     uses.AddOutput(options.saveAnswers, "the file for the answers");
+    if (options.record && options.reports.NeedRecord() && IsSpecial(*options.record))
+    {
+        throw ZKRunTimeException(*options.record +
+                                 ": reports are made from the record, which then has to be a file; "
+                                 "name a file, or leave --record out");
+    }
+}
+
+void CheckReportNames(const SOptions& options)
+{
+    CUses uses;
+    for (const std::string& record : options.records)
+    {
+        uses.AddInput(record, "a record");
+    }
+    AddReports(uses, options.reports);
 }

@@ -213,7 +213,7 @@ void CProtocolFrontEnd::Refuse(const std::string& reason)
     Write(line);
 }
 
-void CProtocolFrontEnd::Finish(const std::optional<std::string>& /*record*/) {}
+void CProtocolFrontEnd::Finish(const std::vector<std::string>& /*left*/) {}
 
 void CProtocolFrontEnd::Error(std::string_view text)
 {

@@ -75,13 +75,20 @@ EExitCode CRunHere::Run()
             m_Session->Add(*sink);
         }
         m_Session->Add(m_Terminal);
-        code =
-            CSuiteRunner(m_Plan.options, *m_Session, *this, m_Plan.answerer == EAnswerer::List ? &m_Answers : nullptr)
-                .Run();
+        code = CSuiteRunner(m_Plan, *m_Session, *this, m_Plan.answerer == EAnswerer::List ? &m_Answers : nullptr).Run();
     }
-    if (files.record && m_Plan.options.logLevel >= LL_NORMAL && m_SuitesBegun > 0)
+    m_Plan.MakeReports(false,
+                       [&](const std::string& error)
+                       {
+                           Error(error);
+                           code = Graver(code, EExitCode::Usage);
+                       });
+    for (const std::string& line : m_Plan.Left())
     {
-        m_Terminal.Line("record: " + files.record->Path());
+        if (m_Plan.options.logLevel >= LL_NORMAL && m_SuitesBegun > 0)
+        {
+            m_Terminal.Line(line);
+        }
     }
     if (m_SuitesBegun > 0)
     {

@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// What a front end tells the process that waits.
 class CFrontEndHost : public CDialogWatch
@@ -41,6 +42,6 @@ public:
     virtual void Ask(const SPrompt& prompt) = 0;
     /// Waits until the host has something to serve, or for so long.
     virtual void Wait(std::chrono::milliseconds longest) = 0;
-    /// All suites are through; `record` is what was written, none when nothing was.
-    virtual void Finish(const std::optional<std::string>& record) = 0;
+    /// All suites are through; `left` says what they have left behind, a line each.
+    virtual void Finish(const std::vector<std::string>& left) = 0;
 };

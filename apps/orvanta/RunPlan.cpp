@@ -5,7 +5,10 @@
 #include "SetupOf.h"
 #include "Terminal.h"
 
+#include <CoreKit/CatchLadder.h>
 #include <Session/Session.h>
+
+#include <filesystem>
 
 namespace
 {
@@ -58,6 +61,10 @@ SRunPlan::SRunPlan(const SOptions& runOptions)
     {
         answers = ReadAnswers(*options.answers);
     }
+    if (options.rerun)
+    {
+        again = ReadRuns(*options.rerun);
+    }
     {
         const CSession trial(setup);
         for (const SProblem& problem : trial.SettingsProblems())
@@ -70,12 +77,53 @@ SRunPlan::SRunPlan(const SOptions& runOptions)
     {
         files.record.emplace(*options.record, "orvanta");
     }
-    if (options.log)
+    else if (options.reports.NeedRecord())
     {
-        files.log.emplace(*options.log);
+        files.record.emplace("orvanta");
+    }
+    if (options.reports.log)
+    {
+        files.log.emplace(*options.reports.log);
     }
     if (options.saveAnswers)
     {
         files.savedAnswers.emplace(*options.saveAnswers);
     }
+}
+
+void SRunPlan::MakeReports(bool isBreakdown, const std::function<void(const std::string& error)>& failed) const
+{
+    SReportNames names = options.reports;
+    const auto isFile = [](const std::string& name)
+    {
+        std::error_code error;
+        return std::filesystem::is_regular_file(name, error);
+    };
+    if (!isBreakdown || !names.log || !isFile(*names.log) || !files.record || !isFile(files.record->ReadPath()))
+    {
+        names.log.reset(); // it was written as the runs went on
+    }
+    if (names.Any())
+    {
+        Guarded([&] { ::MakeReports({files.record->ReadPath()}, names, failed); },
+                [&](const ZKException& exception)
+                { failed("no report can be made: " + std::string(exception.Message())); });
+    }
+}
+
+std::vector<std::string> SRunPlan::Left() const
+{
+    std::vector<std::string> left;
+    const auto add = [&left](const char* what, const std::optional<std::string>& name)
+    {
+        if (name)
+        {
+            left.push_back(what + *name);
+        }
+    };
+    add("record: ", options.record);
+    add("log: ", options.reports.log);
+    add("JUnit report: ", options.reports.junit);
+    add("HTML report: ", options.reports.html);
+    return left;
 }

@@ -5,9 +5,11 @@
 
 #include <Reports/LogFile.h>
 #include <Reports/RecordFile.h>
+#include <Reports/RecordedRuns.h>
 #include <Session/Setup.h>
 
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -29,7 +31,7 @@ struct SRunFiles
     /// What kept a file from being complete, for each that is not, as people are told.
     std::vector<std::string> Errors() const;
 
-    std::optional<CRecordFile> record;
+    std::optional<CRecordFile> record; ///< a temporary one when only reports are wanted
     std::optional<CLogFile> log;
     std::optional<CSavedAnswers> savedAnswers;
 };
@@ -41,8 +43,15 @@ struct SRunPlan
 {
     explicit SRunPlan(const SOptions& runOptions);
 
+    /// Makes the reports from the record, once the runs are over. After a breakdown the log is made anew, since the
+    /// last events may not have reached it. `failed` is told of each that cannot be written.
+    void MakeReports(bool isBreakdown, const std::function<void(const std::string& error)>& failed) const;
+    /// What the runs have left behind, "record: FILE" and the like, for the operator.
+    std::vector<std::string> Left() const;
+
     const SOptions& options;
     SSetup setup;
+    std::optional<SRecordedRuns> again; ///< the runs whose tests are to run again
     EAnswerer answerer;
     std::deque<SScriptedAnswer> answers;
     SRunFiles files;

@@ -1,26 +1,8 @@
 #include "RunView.h"
 
+#include <Events/Node.h>
+
 #include <algorithm>
-
-namespace
-{
-std::string ParentPath(const std::string& path)
-{
-    return path.substr(0, path.rfind('/'));
-}
-} // namespace
-
-bool IsBelow(std::string_view path, std::string_view ancestor)
-{
-    return ancestor == "/"
-        ? path != "/"
-        : path.size() > ancestor.size() && path.starts_with(ancestor) && path[ancestor.size()] == '/';
-}
-
-bool IsGroup(std::string_view element)
-{
-    return element == "x:Group" || element == "x:InitGroup" || element == "x:ExitGroup";
-}
 
 void CRunView::Take(const SEvent& event)
 {
@@ -49,7 +31,9 @@ void CRunView::On(const SRunStartEvent& start)
 
 void CRunView::On(const SNodeEvent& event)
 {
-    const auto parent = m_ByPath.find(ParentPath(event.path));
+    // The root stands for the suite, which titles need not name.
+    const std::string above = ParentPath(event.path);
+    const auto parent = above == "/" ? m_ByPath.end() : m_ByPath.find(above);
     SViewedNode& node = Have(event.path);
     node.parent = parent == m_ByPath.end() ? nullptr : parent->second;
     node.title = !event.label.empty() ? event.label : !event.name.empty() ? event.name : event.element;

@@ -29,12 +29,6 @@ struct SViewedNode
     std::uint64_t skipped = 0;
 };
 
-/// Whether an element is a group of one of the three kinds.
-bool IsGroup(std::string_view element);
-
-/// Whether a node is somewhere below another one, by their paths.
-bool IsBelow(std::string_view path, std::string_view ancestor);
-
 /// Follows the events of one run after the other: which nodes there are, what executes now and in which passes of its
 /// loops. Nodes live until the next run starts.
 class CRunView

@@ -7,6 +7,7 @@
 #include <CoreKit/TestStatus.h>
 #include <Events/Answer.h>
 #include <Events/EventJson.h>
+#include <Events/Node.h>
 #include <HostKit/AppState.h>
 #include <HostKit/RunFacts.h>
 #include <HostKit/ScriptedUserInput.h>
@@ -147,7 +148,7 @@ void CRunningProcess::Take(const SEvent& event)
 /// The terminal has no use for what it would not show; the record is written here.
 bool CRunningProcess::IsWanted(const SEvent& event) const
 {
-    if (m_Plan.options.protocol || m_Plan.options.log)
+    if (m_Plan.options.protocol || m_Plan.options.reports.log)
     {
         return true;
     }
@@ -404,7 +405,7 @@ EExitCode RunSuitesHere(CRunningProcess& process, SRunPlan& plan, SRunLink& link
         session.Add(*plan.files.record);
     }
     session.Add(process);
-    CSuiteRunner runner(plan.options, session, process, isList ? &answers : nullptr);
+    CSuiteRunner runner(plan, session, process, isList ? &answers : nullptr);
     EExitCode code = runner.Run();
     for (const std::string& error : plan.files.Errors())
     {

@@ -11,20 +11,22 @@ bool Matches(const SSelectedSuite& suite, const std::string& pattern)
 }
 } // namespace
 
-SSelectedSuite LoadSelected(CSession& session, const std::string& file, const std::vector<SSelection>& selections)
+SSelectedSuite LoadSelected(CSession& session, const std::string& file, const std::vector<SSelection>& selections,
+                            const SRecordedRuns* again)
 {
-    SSelectedSuite selected{session.LoadSuite(file), {}};
+    SSelectedSuite selected{session.LoadSuite(file), ERerun::All, {}};
+    selected.rerun = again ? SelectAgain(*selected.suite, *again) : ERerun::All;
     selected.unmatched = selected.suite->Select(selections);
     return selected;
 }
 
 std::vector<SSelectedSuite> LoadAhead(CSession& session, const std::vector<std::string>& files,
-                                      const std::vector<SSelection>& selections)
+                                      const std::vector<SSelection>& selections, const SRecordedRuns* again)
 {
     std::vector<SSelectedSuite> suites;
     for (std::size_t i = 0; !selections.empty() && i < files.size(); ++i)
     {
-        suites.push_back(LoadSelected(session, files[i], selections));
+        suites.push_back(LoadSelected(session, files[i], selections, again));
     }
     return suites;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Rerun.h"
+
 #include <Session/Session.h>
 
 #include <functional>
@@ -11,14 +13,17 @@
 struct SSelectedSuite
 {
     std::unique_ptr<CSuite> suite;
+    ERerun rerun = ERerun::All;
     std::vector<std::string> unmatched; ///< the patterns that match none of its nodes
 };
 
 /// The suites that have to be loaded before the first one is used, since a pattern may match in any of them: all, or
-/// none without a selection. Then `LoadSelected` loads one at a time.
+/// none without a selection. Then `LoadSelected` loads one at a time. Patterns apply to what is left to run of the runs
+/// `again`, when there are such.
 std::vector<SSelectedSuite> LoadAhead(CSession& session, const std::vector<std::string>& files,
-                                      const std::vector<SSelection>& selections);
-SSelectedSuite LoadSelected(CSession& session, const std::string& file, const std::vector<SSelection>& selections);
+                                      const std::vector<SSelection>& selections, const SRecordedRuns* again = nullptr);
+SSelectedSuite LoadSelected(CSession& session, const std::string& file, const std::vector<SSelection>& selections,
+                            const SRecordedRuns* again = nullptr);
 
 /// Whether the selection says nothing of a suite: something is to be selected, and it is all in other suites.
 bool IsLeftOut(const SSelectedSuite& suite, const std::vector<SSelection>& selections);

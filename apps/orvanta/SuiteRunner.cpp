@@ -10,9 +10,9 @@ std::string NotRunText(std::size_t suites)
         " not run after that";
 }
 
-CSuiteRunner::CSuiteRunner(const SOptions& options, CSession& session, CRunVoice& voice,
-                           const CScriptedUserInput* answers)
-    : m_Options(options)
+CSuiteRunner::CSuiteRunner(const SRunPlan& plan, CSession& session, CRunVoice& voice, const CScriptedUserInput* answers)
+    : m_Plan(plan)
+    , m_Options(plan.options)
     , m_Session(session)
     , m_Voice(voice)
     , m_Answers(answers)
@@ -21,19 +21,30 @@ CSuiteRunner::CSuiteRunner(const SOptions& options, CSession& session, CRunVoice
 
 EExitCode CSuiteRunner::Run()
 {
-    std::vector<SSelectedSuite> suites = LoadAhead(m_Session, m_Options.suites, m_Options.selections);
+    std::vector<SSelectedSuite> suites = LoadAhead(m_Session, m_Options.suites, m_Options.selections, Again());
     if (ReportUnmatched(suites, m_Options.selections, [this](const std::string& text) { m_Voice.Error(text); }))
     {
         const bool isWhole = std::all_of(suites.begin(), suites.end(),
                                          [](const SSelectedSuite& suite) { return suite.suite->Loaded(); });
         return isWhole ? EExitCode::NothingRan : EExitCode::NotLoaded;
     }
+    EExitCode code = RunAll(std::move(suites));
+    if (m_PassedBefore == m_Options.suites.size())
+    {
+        m_Voice.Error("nothing ran: everything passed in " + *m_Options.rerun);
+        code = Graver(code, EExitCode::NothingRan);
+    }
+    return CheckAnswers(code);
+}
+
+EExitCode CSuiteRunner::RunAll(std::vector<SSelectedSuite> suites)
+{
     EExitCode code = EExitCode::Passed;
     for (std::size_t index = 0; index < m_Options.suites.size(); ++index)
     {
         m_Voice.SuitesBegun(index + 1);
-        const EExitCode suiteCode =
-            RunSuite(suites.empty() ? LoadSelected(m_Session, m_Options.suites[index], {}) : std::move(suites[index]));
+        const EExitCode suiteCode = RunSuite(
+            suites.empty() ? LoadSelected(m_Session, m_Options.suites[index], {}, Again()) : std::move(suites[index]));
         code = Graver(code, suiteCode);
         const std::size_t left = m_Options.suites.size() - index - 1;
         if ((suiteCode == EExitCode::Aborted || suiteCode == EExitCode::Unexpected) && left > 0)
@@ -42,7 +53,7 @@ EExitCode CSuiteRunner::Run()
             break;
         }
     }
-    return CheckAnswers(code);
+    return code;
 }
 
 EExitCode CSuiteRunner::RunSuite(const SSelectedSuite& selected)
@@ -56,6 +67,16 @@ EExitCode CSuiteRunner::RunSuite(const SSelectedSuite& selected)
     {
         m_Voice.Line(suite.File() + ": no pattern matches here; the suite is not run");
         return EExitCode::Passed;
+    }
+    if (selected.rerun == ERerun::Nothing)
+    {
+        m_Voice.Line(suite.File() + ": everything passed in " + *m_Options.rerun + "; the suite is not run");
+        ++m_PassedBefore;
+        return EExitCode::Passed;
+    }
+    if (m_Plan.again && selected.rerun == ERerun::All)
+    {
+        m_Voice.Line(suite.File() + ": not in " + *m_Options.rerun + "; the suite is run as it stands");
     }
     return RunLoaded(suite);
 }

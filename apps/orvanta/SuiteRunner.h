@@ -1,13 +1,14 @@
 #pragma once
 
 #include "ExitCode.h"
-#include "Options.h"
+#include "RunPlan.h"
 #include "RunVoice.h"
 #include "SelectedSuite.h"
 
 #include <Session/Session.h>
 
 #include <cstddef>
+#include <vector>
 
 class CScriptedUserInput;
 
@@ -19,17 +20,21 @@ class CSuiteRunner
 {
 public:
     /// `answers`: the list that prompts are answered from, null for none.
-    CSuiteRunner(const SOptions& options, CSession& session, CRunVoice& voice, const CScriptedUserInput* answers);
+    CSuiteRunner(const SRunPlan& plan, CSession& session, CRunVoice& voice, const CScriptedUserInput* answers);
 
     EExitCode Run();
 
 private:
+    const SRecordedRuns* Again() const { return m_Plan.again ? &*m_Plan.again : nullptr; }
+    EExitCode RunAll(std::vector<SSelectedSuite> suites);
     EExitCode RunSuite(const SSelectedSuite& selected);
     EExitCode RunLoaded(CSuite& suite);
     EExitCode CheckAnswers(EExitCode code);
 
+    const SRunPlan& m_Plan;
     const SOptions& m_Options;
     CSession& m_Session;
     CRunVoice& m_Voice;
     const CScriptedUserInput* m_Answers;
+    std::size_t m_PassedBefore = 0; ///< suites that need not run again
 };

@@ -36,11 +36,14 @@ void CTerminalFrontEnd::Wait(std::chrono::milliseconds longest)
     poll(&input, 1, static_cast<int>(longest.count()));
 }
 
-void CTerminalFrontEnd::Finish(const std::optional<std::string>& record)
+void CTerminalFrontEnd::Finish(const std::vector<std::string>& left)
 {
-    if (record && m_Style.level >= LL_NORMAL)
+    for (const std::string& line : left)
     {
-        m_Report.Line("record: " + *record);
+        if (m_Style.level >= LL_NORMAL)
+        {
+            m_Report.Line(line);
+        }
     }
     m_Report.Finish();
 }

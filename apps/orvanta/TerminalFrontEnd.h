@@ -13,7 +13,7 @@ public:
     void Take(const SEvent& event, std::string_view line) override;
     void Ask(const SPrompt& prompt) override;
     void Wait(std::chrono::milliseconds longest) override;
-    void Finish(const std::optional<std::string>& record) override;
+    void Finish(const std::vector<std::string>& left) override;
 
     void Error(std::string_view text) override;
     void Line(std::string_view text) override;

@@ -6,6 +6,7 @@
 #include <CoreKit/Format.h>
 #include <CoreKit/PrintableText.h>
 #include <CoreKit/Time.h>
+#include <Events/Node.h>
 #include <HostKit/Logger.h>
 #include <HostKit/UserInput.h>
 

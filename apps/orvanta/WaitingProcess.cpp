@@ -365,10 +365,15 @@ EExitCode CWaitingProcess::End()
             m_FrontEnd->Error("after the last suite, the process that ran them ended " + HowItEnded());
         }
     }
+    m_Plan.MakeReports(!m_LastWord,
+                       [&](const std::string& error)
+                       {
+                           m_FrontEnd->Error(error);
+                           code = Graver(code, EExitCode::Usage);
+                       });
     if (m_Link.page->suitesBegun > 0)
     {
-        const std::optional<CRecordFile>& record = m_Plan.files.record;
-        m_FrontEnd->Finish(record ? std::optional(record->Path()) : std::nullopt);
+        m_FrontEnd->Finish(m_Plan.Left());
     }
     return CheckFiles(code);
 }

@@ -1,7 +1,9 @@
 #include "CheckCommand.h"
+#include "DiffCommand.h"
 #include "EarlyExit.h"
 #include "ListCommand.h"
 #include "Options.h"
+#include "ReportCommand.h"
 #include "RunCommand.h"
 #include "SchemaCommand.h"
 #include "StartFolder.h"
@@ -30,6 +32,10 @@ EExitCode Execute(const SOptions& options)
         return ListSuites(options);
     case ECommand::Check:
         return CheckSuites(options);
+    case ECommand::Report:
+        return ReportRecords(options);
+    case ECommand::Diff:
+        return CompareRecords(options);
     case ECommand::Schema:
         return PrintSchema();
     case ECommand::None:

@@ -42,6 +42,7 @@ void CHostListener::PassBegan(TNodeId /*node*/, std::uint64_t /*number*/, std::u
 }
 
 void CHostListener::CallLeftOut(TNodeId /*node*/) {}
+void CHostListener::Measured(const SMeasurement& /*measurement*/) {}
 
 void CHostListener::LibraryNotOpened() {}
 

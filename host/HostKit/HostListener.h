@@ -55,6 +55,7 @@ public:
     virtual void FailureCaught(TNodeId node, std::string_view what);
     virtual void PassBegan(TNodeId node, std::uint64_t number, std::uint64_t iterator, std::string_view variable);
     virtual void CallLeftOut(TNodeId node);
+    virtual void Measured(const SMeasurement& measurement);
     virtual void LibraryNotOpened();
     virtual void LockAwaited();
     virtual void LockTaken();

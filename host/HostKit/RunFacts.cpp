@@ -63,6 +63,11 @@ void ReportCallLeftOut(TNodeId node)
     Tell(&CHostListener::CallLeftOut, node);
 }
 
+void ReportMeasurement(const SMeasurement& measurement)
+{
+    Tell(&CHostListener::Measured, measurement);
+}
+
 void ReportLibraryNotOpened()
 {
     Tell(&CHostListener::LibraryNotOpened);

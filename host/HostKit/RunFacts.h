@@ -3,6 +3,7 @@
 #include <HostKit/HostKitExport.h>
 
 #include <CoreKit/AbortCause.h>
+#include <CoreKit/Measurement.h>
 #include <CoreKit/Prompt.h>
 
 #include <cstdint>
@@ -37,6 +38,8 @@ HOSTKIT_EXPORT void ReportFailureCaught(TNodeId node, std::string_view what);
 HOSTKIT_EXPORT void ReportPass(TNodeId node, std::uint64_t number, std::uint64_t iterator, std::string_view variable);
 /// A validation run leaves a call out.
 HOSTKIT_EXPORT void ReportCallLeftOut(TNodeId node);
+/// A test function has measured something.
+HOSTKIT_EXPORT void ReportMeasurement(const SMeasurement& measurement);
 /// The test library could not be opened, so nothing of the tree runs.
 HOSTKIT_EXPORT void ReportLibraryNotOpened();
 /// The execution lock is held by another run, and this one waits for it.

@@ -107,6 +107,26 @@ void zk_error(const char* format, ...)
     Serve([&] { LogDefault(TS_ERROR, "%s", FormatOrEmpty(format, arguments).c_str()); });
 }
 
+bool zk_measure(const char* name, double value, const char* unit, double lower, double upper)
+{
+    const SMeasurement measurement{name ? name : "", value, unit ? unit : "", lower, upper};
+    Serve(
+        [&]
+        {
+            ReportMeasurement(measurement);
+            const CSafeString text(std::string(measurement.name) + ": " + measurement.Text());
+            if (measurement.IsWithin())
+            {
+                WriteLog(TS_NONE, LL_NORMAL, ZKLogger::GetDefaultFormat(TS_NONE), text);
+            }
+            else
+            {
+                LogDefault(TS_FAILED, "%s", text.c_str());
+            }
+        });
+    return measurement.IsWithin();
+}
+
 void zk_abort(const char* text)
 {
     switch (IdentifyCaller())

@@ -3,7 +3,9 @@
 #include <CoreKit/Exceptions.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -27,6 +29,19 @@ bool TakeOver(int file)
     }
     return (flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) && ftruncate(file, 0) == 0;
 }
+
+int OpenUnnamed()
+{
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::temp_directory_path(error);
+    std::string name = (error ? std::filesystem::path("/tmp") : folder) / "orvanta-XXXXXX";
+    const int file = mkostemp(name.data(), O_APPEND | O_CLOEXEC);
+    if (file >= 0)
+    {
+        unlink(name.c_str());
+    }
+    return file;
+}
 } // namespace
 
 CLineFile::CLineFile(const std::string& path)
@@ -44,6 +59,17 @@ CLineFile::CLineFile(const std::string& path)
         close(m_File);
     }
     ThrowFormatted<ZKRunTimeException>("cannot write %s: %s", path.c_str(), reason.c_str());
+}
+
+CLineFile::CLineFile(SUnnamed)
+    : m_Path("a temporary file")
+    , m_File(OpenUnnamed())
+    , m_Process(getpid())
+{
+    if (m_File < 0)
+    {
+        ThrowFormatted<ZKRunTimeException>("cannot write %s: %s", m_Path.c_str(), std::strerror(errno));
+    }
 }
 
 CLineFile::~CLineFile()

@@ -17,6 +17,11 @@ class REPORTS_EXPORT CLineFile
 {
 public:
     explicit CLineFile(const std::string& path);
+    /// A temporary file without a name, which is gone when the last process closes it.
+    struct SUnnamed
+    {
+    };
+    explicit CLineFile(SUnnamed);
     /// Hands over; who wants to know whether that failed does so before.
     ~CLineFile();
     CLineFile(const CLineFile&) = delete;
@@ -33,7 +38,10 @@ public:
     /// The same file under another number; the one before is left as it is.
     void Descriptor(int file) { m_File = file; }
 
+    /// As it was named, else what it is.
     const std::string& Path() const { return m_Path; }
+    /// Where this process can read what was handed over.
+    std::string ReadPath() const { return "/proc/self/fd/" + std::to_string(m_File); }
     /// What kept the file from being complete; empty when nothing did.
     std::string WriteError() const;
 

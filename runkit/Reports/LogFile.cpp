@@ -1,52 +1,25 @@
 #include <Reports/LogFile.h>
 
-#include <CoreKit/Format.h>
-#include <CoreKit/PrintableText.h>
-#include <CoreKit/TestStatus.h>
-#include <CoreKit/Time.h>
-#include <Events/Words.h>
+#include <Reports/LogText.h>
 
+#include <utility>
 #include <variant>
-
-namespace
-{
-constexpr std::uint32_t ALWAYS = 0;
-constexpr std::uint32_t TRACE = 5;
-
-const char* StatusName(std::uint32_t status)
-{
-    return (status & TS_ERROR) != 0 ? "ERROR" : (status & TS_FAILED) != 0 ? "FAILED" : "-";
-}
-
-const char* Heading(EVerdict verdict)
-{
-    return verdict == EVerdict::Failed ? "Failed: " : verdict == EVerdict::Error ? "Error: " : "Aborted: ";
-}
-
-/// "2 errors", and "1 error".
-std::string Counted(std::uint64_t count, const std::string& what)
-{
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
-
-std::string Counts(const SVerdictCounts& verdicts)
-{
-    return Counted(verdicts.passed + verdicts.failed + verdicts.errors + verdicts.aborted, "test") + ": " +
-        std::to_string(verdicts.passed) + " passed, " + std::to_string(verdicts.failed) + " failed, " +
-        Counted(verdicts.errors, "error") + ", " + std::to_string(verdicts.aborted) + " aborted, " +
-        std::to_string(verdicts.notRun) + " not run";
-}
-} // namespace
 
 CLogFile::CLogFile(const std::string& path)
     : m_File(path)
+    , m_Text(std::make_unique<CLogText>([this](std::string_view lines) { m_File.Append(lines); }))
 {
 }
 
+CLogFile::~CLogFile() = default;
+
 void CLogFile::Take(const SEvent& event)
 {
-    m_Time = event.time;
-    std::visit([this](const auto& what) { Tell(what); }, event.what);
+    m_Text->Take(event);
+    if (std::holds_alternative<SRunEndEvent>(event.what))
+    {
+        HandOver();
+    }
 }
 
 void CLogFile::HandOver()
@@ -54,163 +27,20 @@ void CLogFile::HandOver()
     m_File.HandOver();
 }
 
-void CLogFile::Tell(const SSuiteLoadEvent& event)
+CLogReport::CLogReport(std::string path)
+    : m_File(std::move(path))
+    , m_Text(std::make_unique<CLogText>([this](std::string_view lines) { m_File.Write(lines); }))
 {
-    if (!event.loaded)
-    {
-        Line("note", "Not loaded: " + event.file);
-    }
-    for (const SProblem& problem : event.problems)
-    {
-        const std::string place =
-            problem.line == 0 ? "" : std::to_string(problem.line) + ':' + std::to_string(problem.column) + ':';
-        const bool isError = problem.severity == ESeverity::Error;
-        Text(ALWAYS, isError ? "ERROR" : "note",
-             event.file + ':' + place + ' ' + std::string(WordOf(problem.severity)) + ": " + problem.message + " [" +
-                 problem.rule + ']');
-    }
 }
 
-void CLogFile::Tell(const SRunStartEvent& event)
+CLogReport::~CLogReport() = default;
+
+void CLogReport::Take(const SEvent& event)
 {
-    m_SuiteFile = event.file;
-    m_Nodes.clear();
-    for (const auto& [key, value] : event.meta)
-    {
-        Line("note", std::string(key).append(": ").append(value));
-    }
+    m_Text->Take(event);
 }
 
-void CLogFile::Tell(const SNodeEvent& event)
+void CLogReport::Finish()
 {
-    const std::string& title = event.label.empty() ? event.name : event.label;
-    m_Nodes[event.path] = {event.element + (title.empty() ? "" : " \"" + title + '"'), event.line};
-}
-
-void CLogFile::Tell(const SLogEvent& event)
-{
-    Text(event.level, StatusName(event.status), event.text);
-}
-
-void CLogFile::Tell(const SPrintEvent& event)
-{
-    Text(event.level, "print", event.text);
-}
-
-void CLogFile::Tell(const STestLogEvent& event)
-{
-    Line(event.test ? "test" : event.separator ? "part" : "step", event.text);
-}
-
-void CLogFile::Tell(const SPassEvent& event)
-{
-    const std::string iterator = event.variable ? ", " + *event.variable + " = " + std::to_string(event.iterator) : "";
-    Write(TRACE, "pass", PrintableLine(Describe(event.path) + ": pass " + std::to_string(event.number) + iterator));
-}
-
-void CLogFile::Tell(const SSkipEvent& event)
-{
-    Line("note", "Skipped: " + Describe(event.path) + ": its condition does not hold");
-}
-
-void CLogFile::Tell(const SVerdictEvent& event)
-{
-    if (event.verdict != EVerdict::Passed)
-    {
-        Write(ALWAYS, "note",
-              PrintableLine(Heading(event.verdict) + Describe(event.path, event.passes) + ": ") +
-                  PrintableText(event.reason));
-    }
-}
-
-void CLogFile::Tell(const SAbortEvent& event)
-{
-    Line("abort", event.text);
-}
-
-void CLogFile::Tell(const SOutputEvent& event)
-{
-    Text(ALWAYS, event.stream == EOutputStream::StdErr ? "stderr" : "stdout", event.text);
-}
-
-void CLogFile::Tell(const SLockEvent& event)
-{
-    const std::string process = event.process ? " by process " + std::to_string(*event.process) : "";
-    const std::string host = event.host.empty() ? "" : " on " + event.host;
-    const std::string since = event.since ? std::string(" since ") + MakeUtcTimeString(*event.since).c_str() : "";
-    Line("note",
-         "The execution lock " + event.file + " is held" + process + host + since + ": " +
-             std::string(WordOf(event.state)));
-}
-
-void CLogFile::Tell(const SVanishedEvent& event)
-{
-    const std::string signal = event.signal ? ", signal " + std::to_string(*event.signal) : "";
-    const std::string status = event.status ? ", exit status " + std::to_string(*event.status) : "";
-    const std::string node = event.path.empty() ? "" : "; this was running: " + Describe(event.path);
-    Line("ERROR", "The process that ran the suite ended without a word" + signal + status + node);
-}
-
-void CLogFile::Tell(const SHeadlineEvent& event)
-{
-    Line("result", event.text);
-}
-
-void CLogFile::Tell(const SNotRunEvent& event)
-{
-    Line("note", "Not run: " + Describe(event.path) + ": " + std::string(WordOf(event.reason)));
-}
-
-void CLogFile::Tell(const SRunEndEvent& event)
-{
-    // The engine's result knows nothing of what went wrong outside of its tests.
-    const bool isMisleading = !event.passed && (event.result.empty() || event.result == "Passed");
-    const CSafeString seconds = FormatText("%.3f s", std::chrono::duration<double>(event.duration).count());
-    Line("result",
-         (isMisleading ? "Not passed" : event.result) + "; " + Counts(event.verdicts) + "; " + seconds.c_str());
-    HandOver();
-}
-
-std::string CLogFile::Describe(const std::string& path, const std::vector<std::uint64_t>& passes) const
-{
-    std::string loops;
-    for (const std::uint64_t pass : passes)
-    {
-        loops += (loops.empty() ? " [" : ".") + std::to_string(pass);
-    }
-    loops += loops.empty() ? "" : "]";
-    const auto node = m_Nodes.find(path);
-    return node == m_Nodes.end()
-        ? path + loops
-        : path + ' ' + node->second.name + loops + " (" + m_SuiteFile + ':' + std::to_string(node->second.line) + ')';
-}
-
-void CLogFile::Text(std::uint32_t level, const char* kind, std::string_view text)
-{
-    Write(level, kind, PrintableText(text));
-}
-
-void CLogFile::Line(const char* kind, std::string_view text)
-{
-    Write(ALWAYS, kind, PrintableLine(text));
-}
-
-void CLogFile::Write(std::uint32_t level, const char* kind, std::string_view text)
-{
-    while (!text.empty() && text.back() == '\n')
-    {
-        text.remove_suffix(1);
-    }
-    const CSafeString time = MakeUtcTimeString(m_Time);
-    std::string line(FormatText("%s %u %-6s ", time.c_str(), level, kind));
-    const std::string indent(line.size(), ' ');
-    for (const char c : text)
-    {
-        line += c;
-        if (c == '\n')
-        {
-            line += indent;
-        }
-    }
-    m_File.Append(line += '\n');
+    m_File.Commit();
 }

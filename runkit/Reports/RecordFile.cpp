@@ -9,6 +9,17 @@
 CRecordFile::CRecordFile(const std::string& path, const std::string& host)
     : m_File(path)
 {
+    Begin(host);
+}
+
+CRecordFile::CRecordFile(const std::string& host)
+    : m_File(CLineFile::SUnnamed{})
+{
+    Begin(host);
+}
+
+void CRecordFile::Begin(const std::string& host)
+{
     Take({std::chrono::system_clock::now(), SRecordEvent{ORVANTA_VERSION, host}});
     HandOver();
 }

@@ -14,6 +14,8 @@ class REPORTS_EXPORT CRecordFile : public CEventSink
 public:
     /// Writes the first line, which names the engine's version and the `host`, the program's name.
     CRecordFile(const std::string& path, const std::string& host);
+    /// A temporary one without a name, for reports alone.
+    explicit CRecordFile(const std::string& host);
 
     void Take(const SEvent& event) override;
     void HandOver() override;
@@ -21,9 +23,13 @@ public:
     /// The file beneath, for processes that share it.
     CLineFile& File() { return m_File; }
     const std::string& Path() const { return m_File.Path(); }
+    /// Where this process can read it.
+    std::string ReadPath() const { return m_File.ReadPath(); }
     std::string WriteError() const { return m_File.WriteError(); }
 
 private:
+    void Begin(const std::string& host);
+
     CLineFile m_File;
     std::string m_Line;
 };

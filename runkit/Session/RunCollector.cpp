@@ -7,6 +7,7 @@
 #include <HostKit/StopControl.h>
 #include <Orvanta/CallTree.h>
 
+#include <cmath>
 #include <utility>
 
 namespace
@@ -223,6 +224,14 @@ void CRunCollector::CallLeftOut(TNodeId id)
 {
     ++Node(id).leftOut;
     m_Frames.back().leftOut = true;
+}
+
+void CRunCollector::Measured(const SMeasurement& measurement)
+{
+    const auto limit = [](double value) { return std::isnan(value) ? std::nullopt : std::optional(value); };
+    Emit(SMeasurementEvent{m_Frames.empty() ? "" : m_Nodes[m_Frames.back().row].info.path,
+                           std::string(measurement.name), measurement.value, std::string(measurement.unit),
+                           limit(measurement.lower), limit(measurement.upper), measurement.IsWithin()});
 }
 
 void CRunCollector::LibraryNotOpened()

@@ -48,6 +48,7 @@ public:
     void FailureCaught(TNodeId id, std::string_view what) override;
     void PassBegan(TNodeId id, std::uint64_t number, std::uint64_t iterator, std::string_view variable) override;
     void CallLeftOut(TNodeId id) override;
+    void Measured(const SMeasurement& measurement) override;
     void LibraryNotOpened() override;
     void LockAwaited() override;
 

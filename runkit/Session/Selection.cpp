@@ -178,3 +178,29 @@ std::vector<std::string> ApplySelection(CTestSuiteNode& root, const std::vector<
     }
     return unmatched;
 }
+
+bool ApplyChoice(CTestSuiteNode& root, const std::vector<CNode*>& nodes, const std::vector<SNodeInfo>& infos,
+                 const std::function<bool(const SNodeInfo& node)>& isWanted)
+{
+    root.SetSelected(false, SELECT_ALL);
+    bool isChosen = false;
+    for (std::size_t row = 0; row < nodes.size(); ++row)
+    {
+        const bool isLeaf = row + 1 == nodes.size() || nodes[row + 1]->ParentNode() != nodes[row];
+        if (infos[row].checkable && isLeaf && isWanted(infos[row]))
+        {
+            nodes[row]->SetSelected(true, static_cast<ESelectOption>(SELECT_NOT_DOWN | SELECT_NOT_UP));
+            isChosen = true;
+        }
+    }
+    // What stands below a node comes behind it, so that its own mark can follow theirs.
+    for (auto node = nodes.rbegin(); node != nodes.rend(); ++node)
+    {
+        if ((*node)->ChildCount() > 0 && (*node)->IsSelectable())
+        {
+            (*node)->SetSelected((*node)->AllDescendantsChecked(),
+                                 static_cast<ESelectOption>(SELECT_NOT_DOWN | SELECT_NOT_UP));
+        }
+    }
+    return isChosen;
+}

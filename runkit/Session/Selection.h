@@ -3,6 +3,7 @@
 #include <Session/NodeInfo.h>
 #include <Session/Setup.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,3 +17,8 @@ class CTestSuiteNode;
 /// selected. Takes time in proportion to the nodes, their depth and the length of the patterns.
 std::vector<std::string> ApplySelection(CTestSuiteNode& root, const std::vector<CNode*>& nodes,
                                         const std::vector<SNodeInfo>& infos, const std::vector<SSelection>& selections);
+
+/// Selects, of the nodes that the selection decides about and that have none below them, those that are wanted, and no
+/// other; false when there is none.
+bool ApplyChoice(CTestSuiteNode& root, const std::vector<CNode*>& nodes, const std::vector<SNodeInfo>& infos,
+                 const std::function<bool(const SNodeInfo& node)>& isWanted);

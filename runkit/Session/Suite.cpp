@@ -6,6 +6,7 @@
 #include <Session/SuiteProblems.h>
 #include <Session/SuiteState.h>
 
+#include <Events/Node.h>
 #include <HostKit/DOMDoc.h>
 #include <HostKit/DocumentSource.h>
 #include <Orvanta/Element.h>
@@ -13,7 +14,6 @@
 #include <Orvanta/GroupRecursiveNode.h>
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <string_view>
 #include <utility>
@@ -61,10 +61,7 @@ private:
 
 ENodeKind KindOf(const CNode& node)
 {
-    static constexpr std::array<std::string_view, 5> EXECUTIONS{"x:Function", "x:BooleanPopup", "x:InfoPopup",
-                                                                "x:SetPopup", "x:Set"};
-    const CSafeString element = node.TypeName();
-    if (std::find(EXECUTIONS.begin(), EXECUTIONS.end(), std::string_view(element)) != EXECUTIONS.end())
+    if (IsExecution(std::string_view(node.TypeName())))
     {
         return ENodeKind::Execution;
     }
@@ -150,6 +147,11 @@ std::vector<SProblem> CSuite::CheckAnswers(SAnswersAhead& answers) const
     const CScopedServices installed(m_State->services);
     return Loaded() ? CheckAnswersAhead(*m_State->services.Document, m_State->nodes, Nodes(), answers)
                     : std::vector<SProblem>();
+}
+
+bool CSuite::SelectOnly(const std::function<bool(const SNodeInfo& node)>& isWanted)
+{
+    return Loaded() && ApplyChoice(*m_State->root, m_State->nodes, Nodes(), isWanted);
 }
 
 void CSuite::SState::DescribeRun(std::vector<SRunNode>& table, std::vector<std::size_t>& rows) const

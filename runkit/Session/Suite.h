@@ -8,6 +8,7 @@
 #include <HostKit/ScriptedUserInput.h>
 
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -47,6 +48,10 @@ public:
     /// Applies selections in order, the first that selects starting from nothing selected. Returns the patterns that
     /// match no node.
     std::vector<std::string> Select(const std::vector<SSelection>& selections);
+
+    /// Selects, of the nodes that the selection decides about and that have none below them, those that are wanted, and
+    /// no other. False when there is none.
+    bool SelectOnly(const std::function<bool(const SNodeInfo& node)>& isWanted);
 
     /// Everything that can be known to be wrong without running it, in the order of the places: the problems of
     /// loading, and what the rules find in the document, also when it cannot be made into a tree. Throws nothing but

@@ -91,6 +91,21 @@ extern "C"
     ZK_API void zk_error(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
     /**
+     * Records a value with its unit and the limits that it has to keep, both included; NaN stands for no limit. A value
+     * outside of them, or one that is NaN, is a failure as `zk_failure` writes it, any other a line of level 3. Record
+     * and reports keep value and limits. Limits that a suite is to set come as parameters by value, in a unit that
+     * makes them whole numbers:
+     *
+     *     ZK_EXPORT bool SupplyVoltage(uint32_t lowest_mV, uint32_t highest_mV)
+     *     {
+     *         return zk_measure("supply voltage", read_volts(), "V", lowest_mV / 1000.0, highest_mV / 1000.0);
+     *     }
+     *
+     * Returns whether the value is within its limits.
+     */
+    ZK_API bool zk_measure(const char* name, double value, const char* unit, double lower, double upper);
+
+    /**
      * The operator aborts: the run ends after its exit group. `text` says why; null stands for no reason.
      *
      * Never returns, neither here nor in the function that called it: it unwinds the stack up to the engine as a C++

@@ -1,6 +1,7 @@
 #include <zk/test.hpp>
 
 #include <clocale>
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <new>
@@ -111,4 +112,7 @@ ZK_TEST(HangsTwice) { AwaitInterrupt("hanging"); AwaitInterrupt("still hanging")
 ZK_TEST(NeverReturns) { for (;;) { AwaitInterrupt("stuck"); } }
 ZK_TEST(Rests) { zk_log(3, "resting"); usleep(500000); return true; }
 ZK_TEST(Naps) { zk_log(3, "napping"); usleep(50000); return true; }
+ZK_TEST(IsRepaired) { return access("repaired", F_OK) == 0; }
+ZK_TEST(SupplyVoltage, uint32_t lowest, uint32_t highest) { return zk_measure("supply voltage", 4.95, "V", lowest / 1000.0, highest / 1000.0); }
+ZK_TEST(Temperature) { return !zk_measure("temperature", NAN, nullptr, NAN, NAN) && zk_measure("draught", -1e-9, "m/s", NAN, 0); }
 // clang-format on

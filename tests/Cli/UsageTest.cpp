@@ -17,7 +17,9 @@ TEST_F(CUsageTest, AWrongCommandLineRunsNothingAndSaysWhatIsWrong)
     Write("flag.ini", "[filter:Lab]\nunrestricted=perhaps\n");
     const char* run = "Usage: orvanta run [options] SUITE...\nSee 'orvanta help run'.\n";
     const char* list = "Usage: orvanta list [options] SUITE...\n";
-    const char* general = "Usage: orvanta COMMAND [options] [SUITE...]\nSee 'orvanta help'.\n";
+    const char* report = "Usage: orvanta report [options] RECORD...\n";
+    const char* diff = "Usage: orvanta diff OLD NEW\n";
+    const char* general = "Usage: orvanta COMMAND [options] [FILE...]\nSee 'orvanta help'.\n";
     const struct
     {
         const char* arguments;
@@ -52,6 +54,13 @@ TEST_F(CUsageTest, AWrongCommandLineRunsNothingAndSaysWhatIsWrong)
         {"run --record r --log ./r suite.xml", "named as the record and as the log", run},
         {"run --record nowhere/r suite.xml", "cannot write nowhere/r: No such file or directory", run},
         {"run --log . suite.xml", "cannot write .: Is a directory", run},
+        {"run --junit nowhere/j suite.xml", "cannot write nowhere/j: No such file or directory", run},
+        {"run --html . suite.xml", "cannot write .: Is a directory", run},
+        {"run --record /dev/null --junit j suite.xml", "/dev/null: reports are made from the record, which then has to be a file", run},
+        {"run --rerun suite.xml suite.xml", "suite.xml:1: cannot be read as the record of a run: ", run},
+        {"run --rerun gone -t /1 suite.xml", "excludes", run},
+        {"report gone", "no report is asked for: name one with --junit, --html or --log", report},
+        {"diff gone", "NEW is required", diff},
         {"run --answers gone.json suite.xml", "gone.json: the answers cannot be read: No such file", run},
         {"run --save-answers nowhere/a suite.xml", "nowhere/a: the answers cannot be written: ", run},
         // clang-format on

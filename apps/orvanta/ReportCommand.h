@@ -1,0 +1,7 @@
+#pragma once
+
+#include "ExitCode.h"
+#include "Options.h"
+
+/// Makes reports from records.
+EExitCode ReportRecords(const SOptions& options);

@@ -1,0 +1,3 @@
+#include <Reports/Report.h>
+
+CReport::~CReport() = default;
