@@ -134,9 +134,7 @@ EExitCode CheckSuites(const SOptions& options)
     const EExitCode prepared = Guarded(
         [&]
         {
-            SSetup setup = SetupOf(options);
-            setup.readOnly = true;
-            checker.emplace(options, std::move(setup));
+            checker.emplace(options, ReadingSetupOf(options));
             return EExitCode::Passed;
         },
         [](const ZKException& exception) { return ReportUsage(ECommand::Check, exception.what()); });

@@ -120,9 +120,7 @@ EExitCode ListSuites(const SOptions& options)
     const EExitCode prepared = Guarded(
         [&]
         {
-            SSetup setup = SetupOf(options);
-            setup.readOnly = true;
-            session.emplace(std::move(setup));
+            session.emplace(ReadingSetupOf(options));
             return EExitCode::Passed;
         },
         [](const ZKException& exception) { return ReportUsage(ECommand::List, exception.what()); });

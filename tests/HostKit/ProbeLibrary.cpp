@@ -37,5 +37,5 @@ TProbe ChooseIndirect()
     return ProbeHidden;
 }
 
-asm(".text\n.globl ProbeAssembly\nProbeAssembly:\n");
-asm(".data\n.globl ProbeTable\nProbeTable:\n.text\n");
+asm(".text\n.globl ProbeAssembly\nProbeAssembly:\n.long 0\n");
+asm(".data\n.globl ProbeTable\nProbeTable:\n.long 0, 0\n.text\n");
