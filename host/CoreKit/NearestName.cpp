@@ -55,6 +55,11 @@ std::string NearestName(std::string_view word, const std::vector<std::string>& n
     std::size_t best = MAX_DISTANCE + 1;
     for (const std::string& name : names)
     {
+        const std::size_t longer = std::max(word.size(), name.size());
+        if (name.size() > MAX_LENGTH || longer - std::min(word.size(), name.size()) > MAX_DISTANCE + 2)
+        {
+            continue; // too far off for a look, also without a prefix
+        }
         const std::string offered = Comparable(name);
         const std::size_t distance = Distance(wanted, offered);
         if (distance < best && distance <= (std::max(wanted.size(), offered.size()) + 1) / 3)

@@ -126,12 +126,17 @@ const SDeclaration* CCheckedDocument::Find(std::string_view name) const
     return found == m_Rows.end() ? nullptr : &m_Declarations[found->second];
 }
 
-std::string CCheckedDocument::MeantVariable(std::string_view name) const
+std::string CCheckedDocument::MeantVariable(const std::string& name)
 {
-    std::vector<std::string> names;
-    std::transform(m_Declarations.begin(), m_Declarations.end(), std::back_inserter(names),
-                   [](const SDeclaration& declaration) { return declaration.name; });
-    return Meant(name, names);
+    const auto [found, isNew] = m_Meant.try_emplace(name);
+    if (isNew)
+    {
+        std::vector<std::string> names;
+        std::transform(m_Declarations.begin(), m_Declarations.end(), std::back_inserter(names),
+                       [](const SDeclaration& declaration) { return declaration.name; });
+        found->second = Meant(name, names);
+    }
+    return found->second;
 }
 
 std::optional<std::uint64_t> CCheckedDocument::KnownValue(const SReading& reading) const

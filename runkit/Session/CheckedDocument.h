@@ -51,7 +51,7 @@ public:
     /// The first declaration of a name, null when there is none.
     const SDeclaration* Find(std::string_view name) const;
     /// "; did you mean ...?" when a declared name is near, else empty.
-    std::string MeantVariable(std::string_view name) const;
+    std::string MeantVariable(const std::string& name);
 
     /// Every text that is read by value, but for the terms of expressions.
     const std::vector<SReading>& Readings() const { return m_Readings; }
@@ -71,6 +71,7 @@ private:
     std::vector<SDeclaration> m_Declarations;
     std::map<std::string, std::size_t, std::less<>> m_Rows; ///< of the declarations, by name
     std::vector<SReading> m_Readings;
+    std::map<std::string, std::string> m_Meant;   ///< what was found for wrong names, which often come again
     std::set<std::string, std::less<>> m_Written; ///< names that assignments, prompts and loops write
     std::unique_ptr<CReadLibrary> m_Library;
 };
