@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Builds Orvanta and runs the example suite; arguments are handed on to `orvanta run` (scripts/demo.sh -vv).
-# An --answers or --record among them replaces the script's own. Exits with the run's exit code.
+# An --answers, --record or --html among them replaces the script's own. Exits with the run's exit code.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 log=build/demo-build.log
 record=build/release/demo-record.jsonl
+report=build/release/demo-report.html
 example=build/release/examples/filesystem
 
 # step WHAT COMMAND...: runs the command silently; when it fails, shows its output and ends the script.
@@ -42,11 +43,12 @@ default()
 rm -f "$record"
 default --answers "$example/answers.json" "$@"
 default --record "$record" "$@"
+default --html "$report" "$@"
 run+=("$example/filesystem.xml")
 printf '\n$ %s\n' "${run[*]}"
 code=0
 "${run[@]}" || code=$?
 
-# The run itself has named its record.
+# The run itself has named its record and its report.
 printf '\nExit code: %d\n' "$code"
 exit "$code"

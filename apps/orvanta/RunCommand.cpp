@@ -11,13 +11,40 @@
 #include "WaitingProcess.h"
 
 #include <CoreKit/CatchLadder.h>
+#include <Events/EventJson.h>
 #include <HostKit/ScriptedUserInput.h>
 #include <Session/Session.h>
 
 #include <csignal>
+#include <memory>
 
 namespace
 {
+/// Passes events on as their record has them, so that a file says the same as one made from a record.
+class CAsRecorded : public CEventSink
+{
+public:
+    explicit CAsRecorded(CEventSink& next)
+        : m_Next(next)
+    {
+    }
+
+    void Take(const SEvent& event) override
+    {
+        m_Line.clear();
+        ToJson(event, m_Line);
+        if (const SEventLine read = FromJson(m_Line); read.event)
+        {
+            m_Next.Take(*read.event);
+        }
+    }
+    void HandOver() override { m_Next.HandOver(); }
+
+private:
+    CEventSink& m_Next;
+    std::string m_Line;
+};
+
 /// Runs the suites of a plan in this very process.
 class CRunHere : private CRunVoice, private CStopReceiver
 {
@@ -38,6 +65,7 @@ private:
     CScriptedUserInput m_Answers;
     CTerminalReport m_Terminal;
     CTerminalUserInput m_Dialogs;
+    std::vector<std::unique_ptr<CAsRecorded>> m_Files;
     std::optional<CSession> m_Session;
     std::size_t m_SuitesBegun = 0;
 };
@@ -72,7 +100,7 @@ EExitCode CRunHere::Run()
         }
         for (CEventSink* const sink : files.Sinks())
         {
-            m_Session->Add(*sink);
+            m_Session->Add(*m_Files.emplace_back(std::make_unique<CAsRecorded>(*sink)));
         }
         m_Session->Add(m_Terminal);
         code = CSuiteRunner(m_Plan, *m_Session, *this, m_Plan.answerer == EAnswerer::List ? &m_Answers : nullptr).Run();

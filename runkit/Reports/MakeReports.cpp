@@ -1,5 +1,6 @@
 #include <Reports/MakeReports.h>
 
+#include <Reports/HtmlReport.h>
 #include <Reports/JUnitReport.h>
 #include <Reports/LogFile.h>
 #include <Reports/RecordReader.h>
@@ -69,6 +70,7 @@ void MakeReports(const std::vector<std::string>& records, const SReportNames& na
 {
     CReports reports(failed);
     reports.Add<CJUnitReport>(names.junit);
+    reports.Add<CHtmlReport>(names.html);
     reports.Add<CLogReport>(names.log);
     CRunCompletion completion(reports);
     for (const std::string& record : records)
