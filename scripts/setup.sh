@@ -7,7 +7,7 @@ packages=(
     build-essential cmake ninja-build git pkg-config ccache
     clang clang-format clang-tidy libclang-rt-14-dev
     qt6-base-dev libpugixml-dev libxerces-c-dev
-    libcli11-dev nlohmann-json3-dev rapidjson-dev libsimpleini-dev libedit-dev
+    libcli11-dev nlohmann-json3-dev rapidjson-dev libsimpleini-dev libedit-dev libelf-dev
     libgtest-dev libgmock-dev locales python3
 )
 

@@ -5,7 +5,6 @@
 
 #include <cctype>
 #include <charconv>
-#include <optional>
 #include <string_view>
 
 namespace
@@ -48,6 +47,11 @@ bool CNumericValueNode::DoDiagOnly()
     return true;
 }
 
+std::optional<std::uint64_t> CNumericValueNode::ReadLiteral(const char* text)
+{
+    return std::isdigit(static_cast<unsigned char>(*text)) != 0 ? ReadNumber(text) : ReadWord(text);
+}
+
 std::uint64_t CNumericValueNode::ReadValue(const char* text) const
 {
     if (*text == '\0')
@@ -59,8 +63,7 @@ std::uint64_t CNumericValueNode::ReadValue(const char* text) const
     {
         return GetVariable(QString::fromUtf8(text)).View<std::uint64_t>();
     }
-    const bool isNumber = std::isdigit(static_cast<unsigned char>(*text)) != 0;
-    const std::optional<std::uint64_t> value = isNumber ? ReadNumber(text) : ReadWord(text);
+    const std::optional<std::uint64_t> value = ReadLiteral(text);
     if (!value)
     {
         ThrowAt<CTestSuiteException>({SOURCE_FILE, __LINE__, "CNumericValueNode::Calculate"},

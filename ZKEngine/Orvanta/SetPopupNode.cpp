@@ -10,9 +10,13 @@ CSetPopupNode::CSetPopupNode(const pugi::xml_node& node, CNode* const parent, in
     , m_Label(AttributeText("label", DEF_LABEL_TEXT))
     , m_Hex(m_Node.attribute("hex").as_bool(DEF_HEX))
     , m_Initialize(m_Node.attribute("initialize").as_bool(DEF_INIT))
-    , m_Min(m_Node.attribute("min").as_ullong(DEF_MIN))
-    , m_Max(m_Node.attribute("max").as_ullong(DEF_MAX))
+    , m_Bounds(BoundsOf(m_Node))
 {
+}
+
+CSetPopupNode::SBounds CSetPopupNode::BoundsOf(const pugi::xml_node& element)
+{
+    return {element.attribute("min").as_ullong(DEF_MIN), element.attribute("max").as_ullong(DEF_MAX)};
 }
 
 QString CSetPopupNode::GetDiagnosticString() const
@@ -22,9 +26,9 @@ QString CSetPopupNode::GetDiagnosticString() const
 
 CSafeString CSetPopupNode::RangeText() const
 {
-    const unsigned long long min = m_Min;
-    const unsigned long long max = m_Max;
-    if (m_Max == DEF_MAX)
+    const unsigned long long min = m_Bounds.min;
+    const unsigned long long max = m_Bounds.max;
+    if (m_Bounds.max == DEF_MAX)
     {
         return m_Hex ? FormatText("min: %llX, max: unbounded", min) : FormatText("min: %llu, max: unbounded", min);
     }
@@ -39,8 +43,8 @@ void CSetPopupNode::Ask(CUserInput& input)
     FlushOutput(true);
     CVariable& variable = GetVariable(m_Variable);
     input.GetInteger(UI_MODE_NORMAL, Timeout(), m_Text.toStdString(), m_Label.toStdString(),
-                     variable.Reference<std::uint64_t>(), m_Hex ? BASE_HEXADECIMAL : BASE_DECIMAL, m_Initialize, m_Max,
-                     m_Min, {}, {}, gui::ABORT_BTN_SHOWN, {});
+                     variable.Reference<std::uint64_t>(), m_Hex ? BASE_HEXADECIMAL : BASE_DECIMAL, m_Initialize,
+                     m_Bounds.max, m_Bounds.min, {}, {}, gui::ABORT_BTN_SHOWN, {});
     if (input.TimedOut())
     {
         LogTimedOut("Set integer dialog timed out.");

@@ -15,6 +15,14 @@ public:
 
     QString Label() const { return m_Label; }
 
+    /// The smallest and the largest number that an element asks for.
+    struct SBounds
+    {
+        std::uint64_t min;
+        std::uint64_t max;
+    };
+    static SBounds BoundsOf(const pugi::xml_node& element);
+
 protected:
     void Ask(CUserInput& input) override;
 
@@ -32,6 +40,5 @@ private:
     QString m_Label;
     bool m_Hex;
     bool m_Initialize;
-    std::uint64_t m_Min;
-    std::uint64_t m_Max;
+    SBounds m_Bounds;
 };

@@ -17,16 +17,10 @@ namespace
 constexpr const char* SOURCE_FILE = "ZKEngine/Orvanta/TestSuiteNode";
 constexpr ZKColor RED{255, 0, 0, 255};
 
-const char* LibraryName(const pugi::xml_node& root)
-{
-    const pugi::xml_attribute library = root.attribute("library");
-    return (library ? library : root.attribute("dll")).value();
-}
-
 std::unique_ptr<CLibWrapper> MakeLibrary(const pugi::xml_node& root)
 {
-    const CSafeString name(LibraryName(root));
-    return name.empty() ? nullptr : std::make_unique<CLibWrapper>(name, true);
+    const CSafeString name(CTestSuiteNode::LibraryName(root));
+    return name.empty() ? nullptr : CAppState::MakeLibrary(name);
 }
 
 /// What a run leaves to do on every way out.
@@ -146,6 +140,12 @@ QString CTestSuiteNode::Name() const
 void CTestSuiteNode::TestSuiteRunStateChanged(ERunState rs)
 {
     Q_EMIT UpdateTestSuiteState(rs);
+}
+
+const char* CTestSuiteNode::LibraryName(const pugi::xml_node& root)
+{
+    const pugi::xml_attribute library = root.attribute("library");
+    return (library ? library : root.attribute("dll")).value();
 }
 
 pugi::xml_node CTestSuiteNode::GetVariablesNode(const pugi::xml_node& element)

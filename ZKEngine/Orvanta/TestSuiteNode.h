@@ -44,6 +44,8 @@ public:
     QString Name() const;
     int GroupIndexInParent() const { return 0; }
 
+    /// The test library that a root element names, empty when it names none.
+    static const char* LibraryName(const pugi::xml_node& root);
     /// The first "x:Variables" child of an element, null when there is none.
     static pugi::xml_node GetVariablesNode(const pugi::xml_node& element);
     /// Refills a list from declarations and makes the suite's own variables current. Throws for a bad declaration, with

@@ -26,30 +26,11 @@ bool ParseTrimmedNumber(const QString& text, std::uint64_t& value)
     value = valid ? value : 0;
     return valid;
 }
-
-std::uint64_t ParseValue(EDataType type, const QString& text)
-{
-    if (type == DT_PVOID)
-    {
-        void* pointer = nullptr;
-        ParsePointerLiteral(text, pointer);
-        return reinterpret_cast<std::uint64_t>(pointer);
-    }
-    if (type == DT_BOOL)
-    {
-        std::uint8_t flag = 0;
-        ParseBoolLiteral(text, flag);
-        return flag;
-    }
-    std::uint64_t number = 0;
-    ParseNumberLiteral(text, number);
-    return number;
-}
 } // namespace
 
 EDataType TypeNameToType(const QString& name)
 {
-    for (const EDataType type : {DT_PVOID, DT_BOOL, DT_BYTE, DT_SHORT, DT_LONG, DT_LONGLONG})
+    for (const EDataType type : DATA_TYPES)
     {
         if (name == QLatin1String(TypeToTypeName(type).c_str()))
         {
@@ -101,7 +82,7 @@ CVariable CVariable::MakeVariable(EDataType type, const QString& value, bool isD
     variable.m_Type = type;
     variable.m_IsDefine = isDefine;
     variable.m_Config = config;
-    variable.SetSlot(ParseValue(type, value));
+    variable.SetSlot(ParseLiteral(type, value).value_or(0));
     return variable;
 }
 
@@ -226,4 +207,27 @@ bool ParsePointerLiteral(const QString& text, void*& value)
     const bool valid = isNullWord || ParseTrimmedNumber(text, number);
     value = reinterpret_cast<void*>(number);
     return valid;
+}
+
+std::optional<std::uint64_t> ParseLiteral(EDataType type, const QString& text)
+{
+    std::uint64_t number = 0;
+    bool isValid = false;
+    if (type == DT_PVOID)
+    {
+        void* pointer = nullptr;
+        isValid = ParsePointerLiteral(text, pointer);
+        number = reinterpret_cast<std::uint64_t>(pointer);
+    }
+    else if (type == DT_BOOL)
+    {
+        std::uint8_t flag = 0;
+        isValid = ParseBoolLiteral(text, flag);
+        number = flag;
+    }
+    else
+    {
+        isValid = ParseNumberLiteral(text, number);
+    }
+    return isValid ? std::optional(number) : std::nullopt;
 }

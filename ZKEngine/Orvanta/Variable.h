@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string_view>
 #include <type_traits>
 
@@ -24,6 +25,8 @@ enum EDataType : std::int32_t
     DT_LONGLONG = 5,
 };
 
+inline constexpr std::array DATA_TYPES = {DT_PVOID, DT_BOOL, DT_BYTE, DT_SHORT, DT_LONG, DT_LONGLONG};
+
 /// The type of a name as suites write it ("LONG"), case-sensitive. Throws `ZKDOMDocException` for any other name.
 ORVANTA_EXPORT EDataType TypeNameToType(const QString& name);
 
@@ -31,7 +34,7 @@ ORVANTA_EXPORT EDataType TypeNameToType(const QString& name);
 ORVANTA_EXPORT const CSafeString& TypeToTypeName(EDataType type);
 
 /// Bytes that a value of the type takes: 1, 2, 4 or 8; 0 for anything that is no type.
-std::size_t DataTypeWidth(EDataType type);
+ORVANTA_EXPORT std::size_t DataTypeWidth(EDataType type);
 
 /// A suite's variable or constant: a type, a tag and one 64-bit slot, read and written through views of every width
 /// that all begin at the slot's first byte. Writing a narrow view leaves the other bytes alone. Test libraries write
@@ -109,3 +112,7 @@ bool ParseBoolWord(std::string_view text, std::uint64_t& value);
 bool ParseNumberLiteral(const QString& text, std::uint64_t& value);
 bool ParseBoolLiteral(const QString& text, std::uint8_t& value);
 bool ParsePointerLiteral(const QString& text, void*& value);
+
+/// The same by type: the number that a literal of the type stands for, 0 or 1 for `DT_BOOL`, whole even where it is
+/// wider than the type; none for a text that is no literal.
+ORVANTA_EXPORT std::optional<std::uint64_t> ParseLiteral(EDataType type, const QString& text);

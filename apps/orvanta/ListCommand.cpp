@@ -120,7 +120,7 @@ EExitCode ListSuites(const SOptions& options)
     const EExitCode prepared = Guarded(
         [&]
         {
-            session.emplace(SetupOf(options));
+            session.emplace(ReadingSetupOf(options));
             return EExitCode::Passed;
         },
         [](const ZKException& exception) { return ReportUsage(ECommand::List, exception.what()); });

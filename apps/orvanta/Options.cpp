@@ -30,6 +30,7 @@ struct SCommand
 constexpr std::array COMMANDS{
     SCommand{ECommand::Run, "run", "orvanta run [options] SUITE...", "Run suites, one after the other"},
     SCommand{ECommand::List, "list", "orvanta list [options] SUITE...", "List the nodes of suites"},
+    SCommand{ECommand::Check, "check", "orvanta check [options] SUITE...", "Find what is wrong with suites unrun"},
     SCommand{ECommand::Report, "report", "orvanta report [options] RECORD...", "Make reports from run records"},
     SCommand{ECommand::Diff, "diff", "orvanta diff OLD NEW", "Tell what changed between two run records"},
     SCommand{ECommand::Schema, "schema", "orvanta schema", "Print the XML schema of suites, for editors"},
@@ -38,6 +39,12 @@ constexpr std::array COMMANDS{
 
 constexpr const char* WAIT_FOR_EVER = "for ever";
 constexpr const char* GENERAL_USAGE = "orvanta COMMAND [options] [FILE...]";
+
+constexpr const char* CHECK_EXIT_CODES = R"(Exit codes:
+  0  no errors were found; with --strict, no warnings either
+  1  there are some
+  4  wrong usage: unknown command or option, no node matches a pattern,
+     unreadable settings or answers file)";
 
 constexpr const char* EXIT_CODES = R"(Exit codes:
   0  every suite passed or completed
@@ -164,6 +171,13 @@ CCommandLine::CCommandLine(SOptions& options)
     CLI::App& list = *AddCommand("list");
     AddSuiteOptions(list);
     list.add_flag("--json", m_Options.json, "Write JSON, for programs");
+
+    CLI::App& check = *AddCommand("check");
+    AddSuiteOptions(check);
+    AddText(check, "--answers", m_Options.answers, "FILE", "Check this list of answers against the prompts, too");
+    check.add_flag("--json", m_Options.json, "Write JSON, for programs");
+    check.add_flag("--strict", m_Options.strict, "Let warnings count as errors do");
+    check.footer(CHECK_EXIT_CODES);
 
     CLI::App& report = *AddCommand("report");
     report.add_option("RECORD", m_Options.records, "Run records, also ones that were cut off")

@@ -20,6 +20,7 @@ enum class ECommand
     None,
     Run,
     List,
+    Check,
     Schema,
     Report,
     Diff,
@@ -63,6 +64,7 @@ struct SOptions
     EWhen progress = EWhen::Auto;
 
     bool json = false;
+    bool strict = false;
 
     std::vector<std::string> records; ///< that a report or a comparison is made of
 };

@@ -46,6 +46,13 @@ SSetup SetupOf(const SOptions& options)
     return setup;
 }
 
+SSetup ReadingSetupOf(const SOptions& options)
+{
+    SSetup setup = SetupOf(options);
+    setup.readOnly = true;
+    return setup;
+}
+
 STerminalStyle StyleOf(const SOptions& options, bool asksAtTerminal)
 {
     STerminalStyle style;

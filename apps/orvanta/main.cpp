@@ -1,3 +1,4 @@
+#include "CheckCommand.h"
 #include "DiffCommand.h"
 #include "EarlyExit.h"
 #include "ListCommand.h"
@@ -29,6 +30,8 @@ EExitCode Execute(const SOptions& options)
         return RunSuites(options);
     case ECommand::List:
         return ListSuites(options);
+    case ECommand::Check:
+        return CheckSuites(options);
     case ECommand::Report:
         return ReportRecords(options);
     case ECommand::Diff:

@@ -1,4 +1,5 @@
 #include <HostKit/AppState.h>
+#include <HostKit/LibWrapper.h>
 #include <HostKit/ServiceThread.h>
 #include <HostKit/TestSuiteLog.h>
 
@@ -152,6 +153,12 @@ CQtSignaler& CAppState::QtSignaler()
 const std::vector<std::string>& CAppState::LibraryPath()
 {
     return Services().Settings.LibraryPath;
+}
+
+std::unique_ptr<CLibWrapper> CAppState::MakeLibrary(const CSafeString& name)
+{
+    const auto make = Services().MakeLibrary;
+    return make ? make(name) : std::make_unique<CLibWrapper>(name, true);
 }
 
 CScopedServices::CScopedServices(SHostServices& services)

@@ -15,6 +15,8 @@
 
 class CAppSettings;
 class CDocumentSource;
+class CLibWrapper;
+class CSafeString;
 class CStopControl;
 class CTestCallGuard;
 class CTestLog;
@@ -90,8 +92,10 @@ struct HOSTKIT_EXPORT SHostServices
     ZKCustomConfiguration* CustomConfiguration = nullptr; ///< may stay null: no filters
     CHostListeners Listeners;
     CUIUpdate UIUpdate;
-    CStopControl* Stop = nullptr;      ///< may stay null: nothing but aborts stops a run
-    CTestCallGuard* Guard = nullptr;   ///< may stay null: test functions are called straight
+    CStopControl* Stop = nullptr;    ///< may stay null: nothing but aborts stops a run
+    CTestCallGuard* Guard = nullptr; ///< may stay null: test functions are called straight
+    /// Makes the wrapper of a test library by its name; null: one that the platform's loader opens.
+    std::unique_ptr<CLibWrapper> (*MakeLibrary)(const CSafeString& name) = nullptr;
     CQtSignaler* QtSignaler = nullptr; ///< null: one of the set's own
     std::shared_ptr<CDOMParser> Parser;
     std::shared_ptr<const CDocumentSource> Document; ///< a file read already, for documents of that path; may be null
@@ -140,6 +144,8 @@ public:
     static void AppendReportNamePart(std::string_view part);
     static CQtSignaler& QtSignaler();
     static const std::vector<std::string>& LibraryPath();
+    /// The wrapper for a test library, not opened yet.
+    static std::unique_ptr<CLibWrapper> MakeLibrary(const CSafeString& name);
 };
 
 /// Installs a set of services for as long as the object lives and puts the previous one back.

@@ -52,23 +52,6 @@ bool IsFunctionOf(void* handle, void* address)
     const bool isData = symbol && ELF64_ST_TYPE(symbol->st_info) == STT_OBJECT;
     return !isData && std::string_view(place.dli_fname) == library->l_name;
 }
-
-/// Opens one file; null, with the reason, when that fails.
-void* OpenFile(const std::filesystem::path& path, bool bindNow, std::string& reason)
-{
-    std::error_code ignored;
-    if (!std::filesystem::exists(path, ignored))
-    {
-        reason = "no such file";
-        return nullptr;
-    }
-    void* handle = dlopen(path.c_str(), RTLD_LOCAL | (bindNow ? RTLD_NOW : RTLD_LAZY));
-    if (!handle)
-    {
-        reason = LoaderAnswer(path.string());
-    }
-    return handle;
-}
 } // namespace
 
 CSafeString MakeLibraryName(std::string_view name)
@@ -99,7 +82,7 @@ CLibWrapper::~CLibWrapper() = default;
 
 bool CLibWrapper::OpenLibrary()
 {
-    if (m_Handle)
+    if (IsLoaded())
     {
         return true;
     }
@@ -116,9 +99,9 @@ bool CLibWrapper::OpenLibrary()
         const std::filesystem::path inFolder = std::filesystem::path(folder) / file.c_str();
         const std::filesystem::path path =
             inFolder.is_absolute() ? inFolder : std::filesystem::current_path() / inFolder;
-        std::string reason;
-        m_Handle = OpenFile(path, m_BindNow, reason);
-        if (m_Handle)
+        std::error_code ignored;
+        std::string reason = "no such file";
+        if (std::filesystem::exists(path, ignored) && OpenFile(path.string(), reason))
         {
             return true;
         }
@@ -127,6 +110,16 @@ bool CLibWrapper::OpenLibrary()
     m_Diagnostic = tried.empty() ? FormatText("%s: no folder is set in which to look for it.", file.c_str())
                                  : CSafeString(std::move(tried));
     return false;
+}
+
+bool CLibWrapper::OpenFile(const std::string& path, std::string& reason)
+{
+    m_Handle = dlopen(path.c_str(), RTLD_LOCAL | (m_BindNow ? RTLD_NOW : RTLD_LAZY));
+    if (!m_Handle)
+    {
+        reason = LoaderAnswer(path);
+    }
+    return m_Handle != nullptr;
 }
 
 bool CLibWrapper::IsLoaded() const

@@ -4,6 +4,7 @@
 
 #include <CoreKit/SafeString.h>
 
+#include <string>
 #include <string_view>
 
 /// A test library, opened with the platform's loader. It is looked for in the folders of `CAppState::LibraryPath`, in
@@ -28,6 +29,10 @@ public:
 
     /// What was tried and what the loader answered, a line for each; empty after success.
     virtual CSafeString GetDiagnostic() const;
+
+protected:
+    /// Opens a file that is there; false, with the reason, when that fails.
+    virtual bool OpenFile(const std::string& path, std::string& reason);
 
 private:
     CSafeString m_Name;

@@ -50,6 +50,3 @@ private:
     std::map<std::string, const SContentModel*> m_Roots;
     std::map<std::string, std::set<std::string>> m_Parents;
 };
-
-/// Of some names the one nearest to a misspelt one, letter case aside; empty when none is near.
-std::string NearestName(std::string_view word, const std::vector<std::string>& names);

@@ -1,5 +1,7 @@
 #include "StructureCheck.h"
 
+#include <CoreKit/NearestName.h>
+
 #include <algorithm>
 #include <map>
 #include <set>

@@ -10,6 +10,7 @@
 #include <HostKit/AppSettings.h>
 #include <HostKit/AppState.h>
 #include <HostKit/DocumentSource.h>
+#include <HostKit/ReadLibrary.h>
 #include <HostKit/ScriptedUserInput.h>
 #include <HostKit/StopControl.h>
 #include <HostKit/TestCall.h>
@@ -325,6 +326,7 @@ std::unique_ptr<CSuite> CSession::LoadSuite(const std::string& file)
     services.Parser = m_State->parser;
     services.Stop = &m_State->stop;
     services.Guard = m_State->setup.guard;
+    services.MakeLibrary = m_State->setup.readOnly ? MakeReadLibrary : nullptr;
     services.Settings.CurrentFilter = m_State->currentFilter;
     services.Settings.ExecutionType = m_State->setup.executionType;
     services.Settings.TestSuiteMode = m_State->setup.debug ? MODE_DEBUG : MODE_NORMAL;
@@ -351,6 +353,13 @@ SOutcome CSession::Run(CSuite& suite)
         SOutcome outcome;
         outcome.outcome = EOutcome::NotLoaded;
         outcome.reason = suite.Problems().empty() ? "" : suite.Problems().front().message;
+        return outcome;
+    }
+    if (m_State->setup.readOnly)
+    {
+        SOutcome outcome;
+        outcome.outcome = EOutcome::NotLoaded;
+        outcome.reason = "the suite was loaded for reading only: its test library is not opened";
         return outcome;
     }
     const CScopedServices installed(suite.m_State->services);

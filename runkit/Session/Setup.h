@@ -29,6 +29,7 @@ struct SSetup
     std::optional<std::string> filter;    ///< name of a filter, stands for the settings' current one
     ETestSuiteExecutionType executionType = EXECUTION_NORMAL;
     bool debug = false;         ///< debug mode whatever the suite asks for: nothing is selected to begin with
+    bool readOnly = false;      ///< suites are only looked at: no test library is opened, and no suite can be run
     bool stopOnFailure = false; ///< stop at the first node whose result is false; the exit group runs all the same
     /// How long to wait for the execution lock; none: not at all. `std::chrono::milliseconds::max()`: for ever.
     std::optional<std::chrono::milliseconds> lockWait;

@@ -1,10 +1,14 @@
 #include <Session/Suite.h>
 
+#include <Session/AnswersCheck.h>
 #include <Session/Selection.h>
+#include <Session/SuiteCheck.h>
+#include <Session/SuiteProblems.h>
 #include <Session/SuiteState.h>
 
 #include <Events/Node.h>
 #include <HostKit/DOMDoc.h>
+#include <HostKit/DocumentSource.h>
 #include <Orvanta/Element.h>
 #include <Orvanta/FunctionNode.h>
 #include <Orvanta/GroupRecursiveNode.h>
@@ -120,6 +124,29 @@ std::vector<SNodeInfo> CSuite::Nodes() const
 std::vector<std::string> CSuite::Select(const std::vector<SSelection>& selections)
 {
     return Loaded() ? ApplySelection(*m_State->root, m_State->nodes, Nodes(), selections) : std::vector<std::string>();
+}
+
+std::vector<SProblem> CSuite::Check() const
+{
+    const CScopedServices installed(m_State->services);
+    const CDocumentSource& source = *m_State->services.Document;
+    std::vector<SProblem> problems = m_State->problems;
+    if (!m_State->state)
+    {
+        // It was left out before anyone looked whether it is valid.
+        TestSuiteState trial(source.Path(), ACCESS_NONE);
+        trial.Initialize();
+        const std::vector<SProblem> found = trial.IsValid() ? std::vector<SProblem>() : DocumentProblems(trial, source);
+        problems.insert(problems.end(), found.begin(), found.end());
+    }
+    return CheckDocument(source, problems);
+}
+
+std::vector<SProblem> CSuite::CheckAnswers(SAnswersAhead& answers) const
+{
+    const CScopedServices installed(m_State->services);
+    return Loaded() ? CheckAnswersAhead(*m_State->services.Document, m_State->nodes, Nodes(), answers)
+                    : std::vector<SProblem>();
 }
 
 bool CSuite::SelectOnly(const std::function<bool(const SNodeInfo& node)>& isWanted)

@@ -1,148 +1,21 @@
 #include <Session/SuiteProblems.h>
 
-#include <CoreKit/CatchLadder.h>
+#include <Session/ProblemFinder.h>
+#include <Session/SuiteCheck.h>
+
 #include <HostKit/AppSettings.h>
 #include <HostKit/AppState.h>
 #include <HostKit/DocumentSource.h>
 #include <HostKit/TestSuiteFilters.h>
-#include <Orvanta/BooleanOperatorNode.h>
 #include <Orvanta/DOMDocTestSuite.h>
-#include <Orvanta/NumericExpressionNode.h>
 #include <Orvanta/TestSuiteState.h>
-#include <Orvanta/Variable.h>
-
-#include <algorithm>
-#include <array>
-#include <set>
-#include <tuple>
 
 namespace
 {
-std::string OneLine(std::string text)
-{
-    std::replace(text.begin(), text.end(), '\n', ' ');
-    return text;
-}
-
-void SortByPlace(std::vector<SProblem>& problems)
-{
-    std::stable_sort(problems.begin(), problems.end(),
-                     [](const SProblem& left, const SProblem& right)
-                     { return std::tie(left.line, left.column) < std::tie(right.line, right.column); });
-}
-
-/// Finds problems of one kind in a document.
-class CFinder
-{
-public:
-    explicit CFinder(const CDocumentSource& source)
-        : m_Source(source)
-    {
-    }
-
-    void SetRule(const char* rule) { m_Rule = rule; }
-
-    pugi::xml_node Root() const { return m_Source.Tree().document_element(); }
-
-    void Add(const pugi::xml_node& element, const std::string& message)
-    {
-        const SElementPlace place = m_Source.Place(element);
-        m_Problems.push_back({place.line, place.column, ESeverity::Error, m_Rule, OneLine(message)});
-    }
-
-    std::vector<SProblem> Take()
-    {
-        SortByPlace(m_Problems);
-        return std::move(m_Problems);
-    }
-
-private:
-    const CDocumentSource& m_Source;
-    std::string m_Rule;
-    std::vector<SProblem> m_Problems;
-};
-
-void FindUnknownTypes(CFinder& finder)
-{
-    for (const pugi::xml_node& declaration : finder.Root().child("x:Variables").children())
-    {
-        if (declaration.type() == pugi::node_element)
-        {
-            Guarded([&] { TypeNameToType(QString::fromUtf8(declaration.attribute("type").value())); },
-                    [&](const ZKException& exception) { finder.Add(declaration, exception.Message()); });
-        }
-    }
-}
-
-void FindDuplicateVariables(CFinder& finder)
-{
-    std::set<std::string> names;
-    for (const pugi::xml_node& declaration : finder.Root().child("x:Variables").children())
-    {
-        const std::string name = declaration.attribute("name").value();
-        if (declaration.type() == pugi::node_element && !names.insert(name).second)
-        {
-            finder.Add(declaration, "the variable \"" + name + "\" is declared already");
-        }
-    }
-}
-
-/// Looks for words outside of the table of operators that an element has.
-void FindUnknownOperators(CFinder& finder)
-{
-    struct CWalker : pugi::xml_tree_walker
-    {
-        explicit CWalker(CFinder& target)
-            : finder(target)
-        {
-        }
-        bool for_each(pugi::xml_node& node) override
-        {
-            const std::string_view element = node.name();
-            if (element != "x:Comparison" && element != "x:Expression")
-            {
-                return true;
-            }
-            const QString word = QString::fromUtf8(node.attribute("operator").value());
-            const QStringList known =
-                element == "x:Comparison" ? CBooleanOperatorNode::Operators() : CNumericExpressionNode::Operators();
-            if (!known.contains(word))
-            {
-                finder.Add(node,
-                           std::string(element) + ": the operator \"" + word.toStdString() +
-                               "\" is not known; known are " + known.join(QStringLiteral(", ")).toStdString());
-            }
-            return true;
-        }
-        CFinder& finder;
-    };
-    CWalker walker(finder);
-    finder.Root().traverse(walker);
-}
-
-struct SRule
-{
-    const char* name;
-    void (*find)(CFinder& finder);
-};
-
-/// The rules that a suite keeps to, or it cannot be made into a tree.
-constexpr std::array LOAD_RULES{
-    SRule{"unknown-type", FindUnknownTypes},
-    SRule{"duplicate-variable", FindDuplicateVariables},
-    SRule{"unknown-operator", FindUnknownOperators},
-};
-
 /// What the rules find; when it is nothing, the reason that was given otherwise.
 std::vector<SProblem> LoadProblems(const CDocumentSource& source, const std::string& reason)
 {
-    CFinder finder(source);
-    for (const SRule& rule : LOAD_RULES)
-    {
-        finder.SetRule(rule.name);
-        rule.find(finder);
-    }
-    std::vector<SProblem> problems = finder.Take();
+    std::vector<SProblem> problems = FindTreeObstacles(source);
     if (problems.empty())
     {
         problems.push_back({0, 0, ESeverity::Error, "tree", OneLine(reason)});

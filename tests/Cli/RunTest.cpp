@@ -159,8 +159,7 @@ TEST_F(CRunTest, ALibraryThatEndsTheProcessWhileItIsLoadedIsNoSuccess)
     Suite(Call("Passes"));
     const std::string loading = "orvanta: a test library ended the process while it was being loaded\n";
     for (const auto& [command, error] :
-         {std::pair("list", loading),
-          {"run --in-process", loading},
+         {std::pair("run --in-process", loading),
           {"run",
            "orvanta: the process that ran the suite ended by itself, with exit status 0; test libraries were "
            "being loaded\n"}})

@@ -80,7 +80,7 @@ TEST_F(CUsageTest, AWrongCommandLineRunsNothingAndSaysWhatIsWrong)
 TEST_F(CUsageTest, HelpFitsTheScreenAndNamesWhatThereIs)
 {
     const std::pair<const char*, std::vector<const char*>> rows[] = {
-        {"--help", {"Usage: orvanta COMMAND", "run ", "list ", "schema ", "help ", "--version"}},
+        {"--help", {"Usage: orvanta COMMAND", "run ", "list ", "check ", "schema ", "help ", "--version"}},
         {"help run",
          {"Usage: orvanta run [options] SUITE...",
           "-L,--library-path DIR",
@@ -106,6 +106,7 @@ TEST_F(CUsageTest, HelpFitsTheScreenAndNamesWhatThereIs)
           "--progress WHEN",
           "\n  7  another run holds"}},
         {"list --help", {"Usage: orvanta list [options] SUITE...", "--json"}},
+        {"check --help", {"Usage: orvanta check [options] SUITE...", "--json", "--strict", "--answers FILE"}},
     };
     for (const auto& [arguments, words] : rows)
     {

@@ -1,6 +1,9 @@
 #include "TestServices.h"
 
 #include <HostKit/LibWrapper.h>
+#include <HostKit/ReadLibrary.h>
+
+#include <CoreKit/Exceptions.h>
 
 #include <QTemporaryDir>
 
@@ -75,4 +78,51 @@ TEST_F(LibWrapperTest, NamesAreNeverLookedForElsewhere)
     CLibWrapper nameless("", true);
     EXPECT_FALSE(nameless.OpenLibrary());
     EXPECT_EQ(nameless.GetDiagnostic(), "The test library has no name.");
+}
+
+TEST_F(LibWrapperTest, ALibraryThatIsReadTellsItsFunctionsAndRunsNone)
+{
+    services.Settings.LibraryPath = {empty, probe1};
+    CReadLibrary library("probe");
+    EXPECT_FALSE(library.IsLoaded());
+    ASSERT_TRUE(library.OpenLibrary()) << library.GetDiagnostic().c_str();
+    for (const char* const name : {"ProbeNumber", "ProbeIndirect", "ProbeWeak", "ProbeAssembly"})
+    {
+        ASSERT_NE(library.GetFunction(name), nullptr) << name;
+        EXPECT_THROW(library.GetFunction(name)(), ZKRunTimeException);
+    }
+    for (const char* const name : {"ProbeData", "ProbeTable", "ProbeHidden", "ProbeNeeded", "strlen", "Probe", ""})
+    {
+        EXPECT_EQ(library.GetFunction(name), nullptr) << name;
+    }
+}
+
+TEST_F(LibWrapperTest, WhatTheLoaderWouldNotTakeIsNotReadEither)
+{
+    const auto copy = [](const std::string& path)
+    {
+        std::ifstream file(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    };
+    const std::string probe = copy(probe1 + "/libprobe.so");
+    std::string foreign = probe;
+    foreign[18] = static_cast<char>(foreign[18] ^ 1); // the machine
+    std::string object = probe;
+    object[16] = 1; // the type of file
+    const std::pair<std::string, const char*> rows[] = {
+        {"", "not a shared library: it is no ELF file"},
+        {"no library at all", "not a shared library: it is no ELF file"},
+        {probe.substr(0, 64), "its table of exported functions cannot be read"},
+        {foreign, "a library for another kind of machine"},
+        {object, "not a shared library: it is a program or an object file"},
+        {copy("/proc/self/exe"), "not a shared library: it is a program or an object file"},
+    };
+    services.Settings.LibraryPath = {empty};
+    for (const auto& [content, reason] : rows)
+    {
+        std::ofstream(empty + "/libodd.so", std::ios::binary) << content;
+        CReadLibrary library("odd");
+        EXPECT_FALSE(library.OpenLibrary());
+        EXPECT_EQ(library.GetDiagnostic(), (empty + "/libodd.so: " + reason).c_str());
+    }
 }

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <CoreKit/CoreKitExport.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Of some names the one nearest to a misspelt one, letter case and a prefix "x:" aside; empty when none is near.
+COREKIT_EXPORT std::string NearestName(std::string_view word, const std::vector<std::string>& names);

@@ -1,0 +1,80 @@
+#include <Session/LoopOutline.h>
+
+#include <Session/CheckedDocument.h>
+
+#include <limits>
+#include <string_view>
+
+namespace
+{
+bool Has(const pugi::xml_node& group, const char* attribute, std::string_view word)
+{
+    return group.attribute(attribute).value() == word;
+}
+
+std::optional<std::uint64_t> Known(const CCheckedDocument& document, const pugi::xml_node& group, const char* attribute,
+                                   std::uint64_t missing)
+{
+    const pugi::xml_attribute found = group.attribute(attribute);
+    return found ? document.KnownValue({group, attribute, found.value(), DT_LONG}) : std::optional(missing);
+}
+
+std::uint64_t CeilingOf(const CCheckedDocument& document, const pugi::xml_node& group)
+{
+    const SDeclaration* const iterator =
+        group.attribute("iterator") ? document.Find(group.attribute("iterator").value()) : nullptr;
+    return iterator && iterator->type ? LargestOf(*iterator->type) : std::numeric_limits<std::uint64_t>::max();
+}
+} // namespace
+
+SLoopOutline::SLoopOutline(const CCheckedDocument& document, const pugi::xml_node& group)
+    : hasTerminator(group.child("x:LoopTerminate"))
+    , hasNext(group.child("x:NextIteration"))
+    , isCompared(!hasTerminator && group.attribute("to"))
+    , isAscending(!Has(group, "iterType", "Decr"))
+    , isBoundIncluded(Has(group, "breakConditionType", "NonStrict"))
+    , from(Known(document, group, "from", 0))
+    , to(Known(document, group, "to", 0))
+    , interval(Known(document, group, "interval", 1))
+    , ceiling(CeilingOf(document, group))
+{
+}
+
+bool SLoopOutline::HasPassed(std::uint64_t iterator, std::uint64_t bound) const
+{
+    const bool isBeyond = isAscending ? iterator > bound : iterator < bound;
+    return isBeyond || (iterator == bound && !isBoundIncluded);
+}
+
+bool SLoopOutline::HasNoPass() const
+{
+    return isCompared && from && to && HasPassed(*from, *to);
+}
+
+std::optional<std::uint64_t> SLoopOutline::Passes(std::uint64_t most) const
+{
+    if (!IsLoop())
+    {
+        return 1;
+    }
+    if (HasNoPass())
+    {
+        return 0;
+    }
+    if (!isCompared || hasNext || !from || !to || !interval || *interval == 0)
+    {
+        return std::nullopt;
+    }
+    std::uint64_t passes = 0;
+    for (std::uint64_t iterator = *from; passes < most && !HasPassed(iterator, *to); ++passes)
+    {
+        const bool canStep =
+            isAscending ? iterator <= ceiling && ceiling - iterator >= *interval : iterator >= *interval;
+        if (!canStep)
+        {
+            return passes + 1;
+        }
+        iterator = isAscending ? iterator + *interval : iterator - *interval;
+    }
+    return passes;
+}
