@@ -194,12 +194,12 @@ bool ApplyChoice(CTestSuiteNode& root, const std::vector<CNode*>& nodes, const s
         }
     }
     // What stands below a node comes behind it, so that its own mark can follow theirs.
-    for (auto node = nodes.rbegin(); node != nodes.rend(); ++node)
+    for (std::size_t row = nodes.size(); row-- > 0;)
     {
-        if ((*node)->ChildCount() > 0 && (*node)->IsSelectable())
+        CNode& node = *nodes[row];
+        if (node.ChildCount() > 0 && node.IsSelectable())
         {
-            (*node)->SetSelected((*node)->AllDescendantsChecked(),
-                                 static_cast<ESelectOption>(SELECT_NOT_DOWN | SELECT_NOT_UP));
+            node.SetSelected(node.AllDescendantsChecked(), static_cast<ESelectOption>(SELECT_NOT_DOWN | SELECT_NOT_UP));
         }
     }
     return isChosen;
