@@ -86,6 +86,12 @@ private:
     std::map<std::string, const char*> m_Uses;
 };
 
+void AddStandardStreams(CUses& uses)
+{
+    uses.AddInput("/dev/stdout", "the standard output");
+    uses.AddInput("/dev/stderr", "the standard error output");
+}
+
 void AddReports(CUses& uses, const SReportNames& names)
 {
     uses.AddOutput(names.junit, "the JUnit report");
@@ -121,8 +127,7 @@ void CheckOutputNames(const SOptions& options, const std::string& lockFile)
     const bool isSavedAgain =
         options.answers && options.saveAnswers && Identity(*options.answers) == Identity(*options.saveAnswers);
     uses.AddInput(isSavedAgain ? std::nullopt : options.answers, "the answers");
-    uses.AddInput("/dev/stdout", "the standard output");
-    uses.AddInput("/dev/stderr", "the standard error output");
+    AddStandardStreams(uses);
     uses.AddInput(options.rerun, "the record to run again");
     uses.AddOutput(options.record, "the record");
     AddReports(uses, options.reports);
@@ -142,5 +147,6 @@ void CheckReportNames(const SOptions& options)
     {
         uses.AddInput(record, "a record");
     }
+    AddStandardStreams(uses);
     AddReports(uses, options.reports);
 }

@@ -16,33 +16,34 @@ ERerun SelectAgain(CSuite& suite, const SRecordedRuns& runs)
     {
         names.Add(EventOf(node));
     }
-    const auto recorded = runs.suites.find(names.Suite());
-    if (recorded == runs.suites.end())
+    const SRecordedSuite* const recorded = runs.Find(names.Suite(), suite.File());
+    if (!recorded)
     {
-        return ERerun::All;
-    }
-    if (recorded->second.passed)
-    {
-        return ERerun::Nothing;
+        return runs.leftOut.contains(suite.File()) ? ERerun::LeftOut : ERerun::All;
     }
     const auto find = [&](const SNodeInfo& node) -> const SRecordedNode*
     {
-        const auto found = recorded->second.nodes.find(KeyOf(names.Name(node.path, {})));
-        return found == recorded->second.nodes.end() ? nullptr : &found->second;
+        const auto found = recorded->nodes.find(KeyOf(names.Name(node.path, {})));
+        return found == recorded->nodes.end() ? nullptr : &found->second;
     };
     const auto wasSelected = [&](const SNodeInfo& node)
     {
         const SRecordedNode* const before = find(node);
         return before ? before->selected : node.selected;
     };
+    bool hasTest = false;
     const bool isChosen = suite.SelectOnly(
         [&](const SNodeInfo& node)
         {
             const SRecordedNode* const before = find(node);
-            const bool hasPassed =
-                before && node.test && before->executions > 0 && before->passed == before->executions;
-            return wasSelected(node) && !hasPassed;
+            const bool isWanted = wasSelected(node) && !(node.test && before && before->HasPassed());
+            hasTest = hasTest || (isWanted && node.test);
+            return isWanted;
         });
+    if (recorded->passed && !hasTest)
+    {
+        return ERerun::Passed;
+    }
     if (!isChosen)
     {
         // What went wrong was no test: all of it has to show itself again.

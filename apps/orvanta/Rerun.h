@@ -6,9 +6,10 @@
 /// What there is to do in a suite when its runs in a record are repeated.
 enum class ERerun
 {
-    Some,   ///< the nodes that are selected now
-    All,    ///< the record does not know the suite, which stays as it is
-    Nothing ///< it passed
+    Some,    ///< the nodes that are selected now
+    All,     ///< the record does not know the suite, which stays as it is
+    Passed,  ///< nothing, since all of it passed
+    LeftOut, ///< nothing, since nothing of it was selected
 };
 
 /// Selects in a suite what was selected in its recorded runs, less the tests that passed in them each time. Nodes are

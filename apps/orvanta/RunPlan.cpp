@@ -3,9 +3,9 @@
 #include "LineDialog.h"
 #include "OutputNames.h"
 #include "SetupOf.h"
+#include "StartFolder.h"
 #include "Terminal.h"
 
-#include <CoreKit/CatchLadder.h>
 #include <Session/Session.h>
 
 #include <filesystem>
@@ -93,7 +93,11 @@ SRunPlan::SRunPlan(const SOptions& runOptions)
 
 void SRunPlan::MakeReports(bool isBreakdown, const std::function<void(const std::string& error)>& failed) const
 {
-    SReportNames names = options.reports;
+    // Under --in-process, test code may have changed to another folder.
+    const auto fromStart = [](const std::optional<std::string>& name)
+    { return name ? std::optional(FromStart(*name)) : std::nullopt; };
+    SReportNames names{fromStart(options.reports.junit), fromStart(options.reports.html),
+                       fromStart(options.reports.log)};
     const auto isFile = [](const std::string& name)
     {
         std::error_code error;
@@ -105,9 +109,7 @@ void SRunPlan::MakeReports(bool isBreakdown, const std::function<void(const std:
     }
     if (names.Any())
     {
-        Guarded([&] { ::MakeReports({files.record->ReadPath()}, names, failed); },
-                [&](const ZKException& exception)
-                { failed("no report can be made: " + std::string(exception.Message())); });
+        ::MakeReports({files.record->ReadPath()}, names, failed);
     }
 }
 

@@ -29,9 +29,9 @@ EExitCode CSuiteRunner::Run()
         return isWhole ? EExitCode::NothingRan : EExitCode::NotLoaded;
     }
     EExitCode code = RunAll(std::move(suites));
-    if (m_PassedBefore == m_Options.suites.size())
+    if (m_NotAgain == m_Options.suites.size())
     {
-        m_Voice.Error("nothing ran: everything passed in " + *m_Options.rerun);
+        m_Voice.Error("nothing ran: everything that was selected in " + *m_Options.rerun + " has passed");
         code = Graver(code, EExitCode::NothingRan);
     }
     return CheckAnswers(code);
@@ -68,10 +68,12 @@ EExitCode CSuiteRunner::RunSuite(const SSelectedSuite& selected)
         m_Voice.Line(suite.File() + ": no pattern matches here; the suite is not run");
         return EExitCode::Passed;
     }
-    if (selected.rerun == ERerun::Nothing)
+    if (selected.rerun == ERerun::Passed || selected.rerun == ERerun::LeftOut)
     {
-        m_Voice.Line(suite.File() + ": everything passed in " + *m_Options.rerun + "; the suite is not run");
-        ++m_PassedBefore;
+        m_Voice.Line(suite.File() +
+                     (selected.rerun == ERerun::Passed ? ": everything passed in " : ": nothing was selected in ") +
+                     *m_Options.rerun + "; the suite is not run");
+        ++m_NotAgain;
         return EExitCode::Passed;
     }
     if (m_Plan.again && selected.rerun == ERerun::All)

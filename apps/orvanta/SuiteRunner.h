@@ -36,5 +36,5 @@ private:
     CSession& m_Session;
     CRunVoice& m_Voice;
     const CScriptedUserInput* m_Answers;
-    std::size_t m_PassedBefore = 0; ///< suites that need not run again
+    std::size_t m_NotAgain = 0; ///< suites that need not run again
 };

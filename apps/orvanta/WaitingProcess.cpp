@@ -79,7 +79,7 @@ EExitCode CWaitingProcess::Run()
     }
     pthread_sigmask(SIG_BLOCK, &stops, &before);
     Fork(before);
-    const CInterrupt interrupt(*this);
+    std::optional<CInterrupt> interrupt(std::in_place, static_cast<CStopReceiver&>(*this));
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     m_FrontEnd = MakeFrontEnd(m_Plan, *this);
     if (m_Plan.options.protocol)
@@ -103,6 +103,8 @@ EExitCode CWaitingProcess::Run()
         }
     }
     TakeRound(true);
+    interrupt.reset(); // there is nothing left to stop but this process
+    std::signal(SIGPIPE, SIG_IGN);
     return End();
 }
 

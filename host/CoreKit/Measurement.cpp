@@ -15,16 +15,16 @@ std::string Number(double value)
 
 bool SMeasurement::IsWithin() const
 {
-    return !std::isnan(value) && !(std::isfinite(lower) && value < lower) && !(std::isfinite(upper) && value > upper);
+    return std::isfinite(value) && !(value < lower) && !(value > upper);
 }
 
-std::string SMeasurement::Text() const
+std::string SMeasurement::Text(bool isWithin) const
 {
-    const std::string from = std::isfinite(lower) ? "from " + Number(lower) : "";
-    const std::string to = std::isfinite(upper) ? "to " + Number(upper) : "";
+    const std::string from = !std::isnan(lower) ? "from " + Number(lower) : "";
+    const std::string to = !std::isnan(upper) ? "to " + Number(upper) : "";
     const std::string limits = from + (from.empty() || to.empty() ? "" : " ") + to;
     std::string text = Number(value);
     text += unit.empty() ? "" : ' ' + std::string(unit);
     text += limits.empty() ? "" : " (" + limits + ')';
-    return text + (IsWithin() ? "" : ", out of limits");
+    return text + (isWithin ? "" : ", out of limits");
 }

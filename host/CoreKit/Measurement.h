@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-/// What a test measured, with the limits it has to keep, both included; one that is not finite is none.
+/// What a test measured, with the limits it has to keep, both included; NaN for none.
 struct COREKIT_EXPORT SMeasurement
 {
     std::string_view name;
@@ -14,9 +14,9 @@ struct COREKIT_EXPORT SMeasurement
     double lower;
     double upper;
 
-    /// A value that is NaN never is.
+    /// A value that is not finite never is.
     bool IsWithin() const;
-    /// "4.95 V (from 4.75 to 5.25)", and ", out of limits" where it is: value and limits in the shortest form that
-    /// reads back as the same number.
-    std::string Text() const;
+    /// "4.95 V (from 4.75 to 5.25)", and ", out of limits" unless it is within: value and limits in the shortest form
+    /// that reads back as the same number.
+    std::string Text(bool isWithin) const;
 };

@@ -114,7 +114,7 @@ bool zk_measure(const char* name, double value, const char* unit, double lower, 
         [&]
         {
             ReportMeasurement(measurement);
-            const CSafeString text(std::string(measurement.name) + ": " + measurement.Text());
+            const CSafeString text(std::string(measurement.name) + ": " + measurement.Text(measurement.IsWithin()));
             if (measurement.IsWithin())
             {
                 WriteLog(TS_NONE, LL_NORMAL, ZKLogger::GetDefaultFormat(TS_NONE), text);

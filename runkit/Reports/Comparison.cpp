@@ -4,8 +4,10 @@
 
 #include <Events/Words.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 namespace
 {
@@ -14,10 +16,10 @@ using namespace std::chrono_literals;
 /// So much of its limits' span, or of its value where it has none, is what a measurement may move without a word.
 constexpr double STEADY = 0.1;
 
-const SRecordedTest* Find(const SRecordedRuns& runs, const std::string& key)
+const SRecordedTest* Find(const SRecordedSuite& suite, const std::string& key)
 {
-    const auto test = runs.tests.find(key);
-    return test == runs.tests.end() ? nullptr : &test->second;
+    const auto test = suite.tests.find(key);
+    return test == suite.tests.end() ? nullptr : &test->second;
 }
 
 std::string Seconds(std::chrono::microseconds duration)
@@ -33,70 +35,100 @@ bool HasMoved(const SMeasurementEvent& before, const SMeasurementEvent& after)
     {
         return true;
     }
-    const double span = before.lower && before.upper ? *before.upper - *before.lower : std::abs(before.value);
+    const double span = std::abs(before.lower && before.upper ? *before.upper - *before.lower : before.value);
     return std::abs(after.value - before.value) > STEADY * span;
+}
+
+/// The suites of two records that are the same: by name and file, else by name, in their order.
+std::vector<std::pair<const SRecordedSuite*, const SRecordedSuite*>> Pair(const SRecordedRuns& before,
+                                                                          const SRecordedRuns& after)
+{
+    std::vector<std::pair<const SRecordedSuite*, const SRecordedSuite*>> pairs;
+    for (const SRecordedSuite& suite : before.suites)
+    {
+        pairs.emplace_back(&suite, nullptr);
+    }
+    std::vector<const SRecordedSuite*> left;
+    for (const SRecordedSuite& suite : after.suites)
+    {
+        left.push_back(&suite);
+    }
+    for (const bool byFile : {true, false})
+    {
+        for (auto& [then, now] : pairs)
+        {
+            const auto found = now
+                ? left.end()
+                : std::find_if(left.begin(), left.end(),
+                               [&, suite = then](const SRecordedSuite* other)
+                               { return other->name == suite->name && (!byFile || other->file == suite->file); });
+            if (found != left.end())
+            {
+                now = *found;
+                left.erase(found);
+            }
+        }
+    }
+    for (const SRecordedSuite* const suite : left)
+    {
+        pairs.emplace_back(nullptr, suite);
+    }
+    return pairs;
 }
 
 /// Gathers the lines.
 class CComparer
 {
 public:
-    CComparer(const SRecordedRuns& before, const SRecordedRuns& after)
-        : m_Before(before)
-        , m_After(after)
-    {
-    }
-
-    SComparison Compare();
+    void Compare(const SRecordedSuite& before, const SRecordedSuite& after);
+    SComparison Take() { return std::move(m_Result); }
 
 private:
     void CompareTest(const std::string& key, const SRecordedTest& before, const SRecordedTest& after);
     void CompareMeasurements(const std::string& key, const SRecordedTest& before, const SRecordedTest& after);
     void Add(std::uint64_t& count, const std::string& kind, const std::string& key, const std::string& text = {});
-    std::string WhyGone(const SRecordedTest& before) const;
+    static std::string WhyGone(const SRecordedTest& before, const SRecordedSuite& after);
 
-    const SRecordedRuns& m_Before;
-    const SRecordedRuns& m_After;
     SComparison m_Result;
 };
 
-SComparison CComparer::Compare()
+void CComparer::Compare(const SRecordedSuite& before, const SRecordedSuite& after)
 {
-    for (const std::string& key : m_Before.order)
+    for (const std::string& key : before.order)
     {
-        const SRecordedTest* const before = Find(m_Before, key);
-        const SRecordedTest* const after = Find(m_After, key);
-        if (before && after)
+        const SRecordedTest& then = *Find(before, key);
+        const SRecordedTest* const now = Find(after, key);
+        if (now)
         {
-            CompareTest(key, *before, *after);
+            CompareTest(key, then, *now);
         }
-        else if (before)
+        else if (then.test)
         {
-            Add(m_Result.gone, "gone", key, WhyGone(*before));
+            Add(m_Result.gone, "gone", key, WhyGone(then, after));
         }
     }
-    for (const std::string& key : m_After.order)
+    for (const std::string& key : after.order)
     {
-        const SRecordedTest* const after = Find(m_After, key);
-        if (after && !Find(m_Before, key))
+        const SRecordedTest& now = *Find(after, key);
+        if (now.test && !Find(before, key))
         {
-            Add(m_Result.added, "new", key, after->reason);
+            Add(m_Result.added, "new", key, now.reason);
         }
     }
-    return std::move(m_Result);
 }
 
 void CComparer::CompareTest(const std::string& key, const SRecordedTest& before, const SRecordedTest& after)
 {
-    if (before.Passed() && !after.Passed())
+    const bool isTest = before.test && after.test;
+    if (isTest && before.Passed() && !after.Passed())
     {
         Add(m_Result.broken, "broken", key, after.reason);
     }
-    else if (!before.Passed() && after.Passed())
+    else if (isTest && !before.Passed() && after.Passed())
     {
         Add(m_Result.fixed, "fixed", key);
     }
-    if (after.duration >= 2 * before.duration && after.duration >= before.duration + 100ms)
+    if (isTest && after.duration >= 2 * before.duration && after.duration >= before.duration + 100ms)
     {
         Add(m_Result.slower, "slower", key, Seconds(after.duration) + ", was " + Seconds(before.duration));
     }
@@ -105,13 +137,13 @@ void CComparer::CompareTest(const std::string& key, const SRecordedTest& before,
 
 void CComparer::CompareMeasurements(const std::string& key, const SRecordedTest& before, const SRecordedTest& after)
 {
-    for (const auto& [name, now] : after.measurements)
+    for (const auto& [place, now] : after.measurements)
     {
-        const auto then = before.measurements.find(name);
+        const auto then = before.measurements.find(place);
         if (then != before.measurements.end() && HasMoved(then->second, now))
         {
             Add(m_Result.moved, "moved", key,
-                name + ' ' + MeasurementText(now) + ", was " + MeasurementText(then->second));
+                now.name + ' ' + MeasurementText(now) + ", was " + MeasurementText(then->second));
         }
     }
 }
@@ -119,13 +151,13 @@ void CComparer::CompareMeasurements(const std::string& key, const SRecordedTest&
 void CComparer::Add(std::uint64_t& count, const std::string& kind, const std::string& key, const std::string& text)
 {
     ++count;
-    m_Result.lines.push_back(kind + ": " + key + (text.empty() ? "" : ": " + text));
+    m_Result.lines.push_back(kind + ": " + TextOf(key) + (text.empty() ? "" : ": " + text));
 }
 
-std::string CComparer::WhyGone(const SRecordedTest& before) const
+std::string CComparer::WhyGone(const SRecordedTest& before, const SRecordedSuite& after)
 {
-    const auto notRun = m_After.notRun.find(before.node);
-    return notRun == m_After.notRun.end() ? "" : "not run: " + std::string(WordOf(notRun->second));
+    const auto notRun = after.notRun.find(before.node);
+    return notRun == after.notRun.end() ? "" : "not run: " + std::string(WordOf(notRun->second));
 }
 } // namespace
 
@@ -138,5 +170,11 @@ std::string SComparison::Counts() const
 
 SComparison Compare(const SRecordedRuns& before, const SRecordedRuns& after)
 {
-    return CComparer(before, after).Compare();
+    const SRecordedSuite none;
+    CComparer comparer;
+    for (const auto& [then, now] : Pair(before, after))
+    {
+        comparer.Compare(then ? *then : none, now ? *now : none);
+    }
+    return comparer.Take();
 }

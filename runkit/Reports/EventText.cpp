@@ -35,5 +35,5 @@ std::string MeasurementText(const SMeasurementEvent& measurement)
     constexpr double NONE = std::numeric_limits<double>::quiet_NaN();
     return SMeasurement{measurement.name, measurement.value, measurement.unit, measurement.lower.value_or(NONE),
                         measurement.upper.value_or(NONE)}
-        .Text();
+        .Text(measurement.passed);
 }

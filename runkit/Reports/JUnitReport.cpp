@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 #include <variant>
 
 namespace
@@ -34,6 +35,13 @@ std::string XmlText(std::string_view text)
     return result;
 }
 
+/// A name as readers take it, who see no blanks at the ends of one.
+std::string NameText(std::string_view text)
+{
+    const bool isBlank = text.find_first_not_of(" \t\n") == std::string_view::npos;
+    return isBlank ? '"' + std::string(text) + '"' : std::string(text);
+}
+
 std::string Seconds(std::chrono::microseconds duration)
 {
     char text[32];
@@ -49,8 +57,8 @@ void SetText(pugi::xml_node node, const char* name, std::string_view value)
 pugi::xml_node AddCase(pugi::xml_document& document, const STestName& name, std::chrono::microseconds duration)
 {
     pugi::xml_node testcase = document.append_child("testcase");
-    SetText(testcase, "name", name.name);
-    SetText(testcase, "classname", name.classname);
+    SetText(testcase, "name", NameText(name.name));
+    SetText(testcase, "classname", NameText(name.classname));
     SetText(testcase, "time", Seconds(duration));
     return testcase;
 }
@@ -126,6 +134,7 @@ void CJUnitReport::Take(const SEvent& event)
 
 void CJUnitReport::Finish()
 {
+    EndSuite();
     m_File.Write("</testsuites>\n");
     m_File.Commit();
 }
@@ -136,6 +145,7 @@ void CJUnitReport::Tell(const SSuiteLoadEvent& load)
 {
     if (load.loaded)
     {
+        m_LoadTrouble[load.file] = std::exchange(m_Trouble, {});
         return;
     }
     BeginSuite();
@@ -157,6 +167,7 @@ void CJUnitReport::Tell(const SRunStartEvent& start)
     BeginSuite();
     m_Names.Begin(start.suite, start.file);
     m_IsInRun = true;
+    m_Trouble = m_LoadTrouble[start.file];
     for (const auto& [key, value] : start.meta)
     {
         WriteProperty(key, value);
@@ -165,9 +176,11 @@ void CJUnitReport::Tell(const SRunStartEvent& start)
 
 void CJUnitReport::BeginSuite()
 {
+    EndSuite();
     m_Start = m_Time;
-    m_Nodes.clear();
+    m_Executions.clear();
     m_NotSelected.clear();
+    m_HasSelected = false;
     m_TestCount = m_FailureCount = m_ErrorCount = m_SkippedCount = 0;
     m_Trouble.clear();
     m_Refused.clear();
@@ -192,20 +205,26 @@ void CJUnitReport::Tell(const SRunEndEvent& end)
         }
         if (!end.passed && m_FailureCount + m_ErrorCount == 0)
         {
-            const std::string text = end.result.empty() ? "The run ended before its time." : "Result: " + end.result;
+            const SVerdictCounts& counts = end.verdicts;
+            const bool hasRun = counts.passed + counts.failed + counts.errors + counts.aborted > 0;
+            const std::string text = end.result.empty() ? "The run ended before its time."
+                : hasRun                                ? "Result: " + end.result
+                : m_HasSelected                         ? "None of the selected tests was executed."
+                                                        : "Nothing was selected.";
             WriteProblem(m_Names.SuiteClass(), "run", m_Trouble.empty() ? text : m_Trouble, {});
         }
     }
     WriteSuite(m_Names.Suite(), end.duration);
     m_IsInRun = false;
+    m_Trouble.clear();
 }
 
 void CJUnitReport::WriteSuite(const std::string& name, std::chrono::milliseconds duration)
 {
     pugi::xml_document document;
     pugi::xml_node suite = document.append_child("testsuite");
-    SetText(suite, "name", name);
-    SetText(suite, "package", name);
+    SetText(suite, "name", NameText(name));
+    SetText(suite, "package", NameText(name));
     suite.append_attribute("id").set_value(static_cast<unsigned long long>(m_Suites++));
     SetText(suite, "timestamp", std::string_view(MakeUtcTimeString(m_Start)).substr(0, 19));
     SetText(suite, "hostname", "localhost");
@@ -222,9 +241,19 @@ void CJUnitReport::WriteSuite(const std::string& name, std::chrono::milliseconds
     m_Properties->Drain(copy);
     m_File.Write("    </properties>\n");
     m_Cases->Drain(copy);
-    WriteText(m_File, "system-out", *m_Output);
-    WriteText(m_File, "system-err", *m_Errors);
-    m_File.Write("  </testsuite>\n");
+    m_IsSuiteOpen = true;
+}
+
+/// What was written until the next suite began is part of this one.
+void CJUnitReport::EndSuite()
+{
+    if (m_IsSuiteOpen)
+    {
+        WriteText(m_File, "system-out", *m_Output);
+        WriteText(m_File, "system-err", *m_Errors);
+        m_File.Write("  </testsuite>\n");
+        m_IsSuiteOpen = false;
+    }
 }
 
 // ----------------------------------------------------------------------------------------------------------- the cases
@@ -232,7 +261,8 @@ void CJUnitReport::WriteSuite(const std::string& name, std::chrono::milliseconds
 void CJUnitReport::Tell(const SNodeEvent& node)
 {
     m_Names.Add(node);
-    m_Nodes[node.path] = {node.test, IsExecution(node.element)};
+    m_Executions[node.path] = IsExecution(node.element);
+    m_HasSelected = m_HasSelected || (node.test && node.selected);
     if (node.test && !node.selected)
     {
         m_NotSelected.push_back(node.path);
@@ -285,8 +315,8 @@ void CJUnitReport::Tell(const SVerdictEvent& verdict)
     {
         Remember(verdict.reason);
     }
-    const auto node = m_Nodes.find(verdict.path);
-    const bool isExecution = node != m_Nodes.end() && node->second.isExecution;
+    const auto node = m_Executions.find(verdict.path);
+    const bool isExecution = node != m_Executions.end() && node->second;
     const STestName name = m_Names.Name(verdict.path, verdict.passes);
     WriteMeasurements(name);
     if (!verdict.test && (isPassed || !isExecution))
@@ -371,7 +401,7 @@ void CJUnitReport::WriteProperty(const std::string& name, const std::string& val
 {
     pugi::xml_document document;
     pugi::xml_node property = document.append_child("property");
-    SetText(property, "name", name);
+    SetText(property, "name", NameText(name));
     SetText(property, "value", value);
     m_Properties->Append(Written(document, 3));
 }

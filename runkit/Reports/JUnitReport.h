@@ -36,12 +36,6 @@ public:
     void Finish() override;
 
 private:
-    struct SNode
-    {
-        bool test = false;
-        bool isExecution = false;
-    };
-
     void Tell(const SSuiteLoadEvent& load);
     void Tell(const SRunStartEvent& start);
     void Tell(const SNodeEvent& node);
@@ -58,6 +52,7 @@ private:
     void Tell(const auto&) {}
 
     void BeginSuite();
+    void EndSuite();
     void WriteSuite(const std::string& name, std::chrono::milliseconds duration);
     void WriteProperty(const std::string& name, const std::string& value);
     void WriteMeasurements(const STestName& name);
@@ -71,9 +66,9 @@ private:
 
     CReportFile m_File;
     CTestNames m_Names;
-    std::unordered_map<std::string, SNode> m_Nodes; ///< of the run, by path
-    std::vector<std::string> m_NotSelected;         ///< tests, by path
-    std::chrono::system_clock::time_point m_Time;   ///< of the event that is being told
+    std::unordered_map<std::string, bool> m_Executions; ///< by path of a node of the run, whether cases are about it
+    std::vector<std::string> m_NotSelected;             ///< tests, by path
+    std::chrono::system_clock::time_point m_Time;       ///< of the event that is being told
     std::chrono::system_clock::time_point m_Start;
     std::unique_ptr<CSpool> m_Properties;
     std::unique_ptr<CSpool> m_Cases;
@@ -85,7 +80,10 @@ private:
     std::uint64_t m_ErrorCount = 0;
     std::uint64_t m_SkippedCount = 0;
     std::string m_Trouble; ///< the first text of the run that says that something went wrong
-    std::string m_Refused; ///< why the run did not get the execution lock
+    std::unordered_map<std::string, std::string> m_LoadTrouble; ///< the same of loading a suite, by its file
+    bool m_IsSuiteOpen = false;
+    bool m_HasSelected = false; ///< a test
+    std::string m_Refused;      ///< why the run did not get the execution lock
     bool m_IsInRun = false;
     std::string m_Log;                         ///< of the execution under way
     std::uint64_t m_LeftOut = 0;               ///< bytes of that log that were too many

@@ -24,7 +24,18 @@ const char* StatusName(std::uint32_t status)
 
 const char* Heading(EVerdict verdict)
 {
-    return verdict == EVerdict::Failed ? "Failed: " : verdict == EVerdict::Error ? "Error: " : "Aborted: ";
+    switch (verdict)
+    {
+    case EVerdict::Passed:
+        return "Passed: ";
+    case EVerdict::Failed:
+        return "Failed: ";
+    case EVerdict::Error:
+        return "Error: ";
+    case EVerdict::Aborted:
+        break;
+    }
+    return "Aborted: ";
 }
 
 /// "2 errors", and "1 error".
@@ -109,11 +120,15 @@ void CLogText::Tell(const SSkipEvent& event)
 
 void CLogText::Tell(const SVerdictEvent& event)
 {
+    const std::string what = Heading(event.verdict) + Describe(event.path, event.passes);
     if (event.verdict != EVerdict::Passed)
     {
-        Write(ALWAYS, "note",
-              PrintableLine(Heading(event.verdict) + Describe(event.path, event.passes) + ": ") +
-                  PrintableText(event.reason));
+        Write(ALWAYS, "note", PrintableLine(what + ": ") + PrintableText(event.reason));
+    }
+    else if (event.test)
+    {
+        const double seconds = std::chrono::duration<double>(event.duration).count();
+        Line("note", what + FormatText(", %.3f s", seconds).c_str());
     }
 }
 

@@ -73,10 +73,20 @@ void MakeReports(const std::vector<std::string>& records, const SReportNames& na
     reports.Add<CHtmlReport>(names.html);
     reports.Add<CLogReport>(names.log);
     CRunCompletion completion(reports);
+    bool hasEvents = false;
+    const auto take = [&](const SEvent& event)
+    {
+        hasEvents = true;
+        completion.Take(event);
+    };
     for (const std::string& record : records)
     {
-        ReadRecord(record, [&](const SEvent& event) { completion.Take(event); });
+        Guarded([&] { ReadRecord(record, take); },
+                [&](const ZKException& exception) { failed(std::string(exception.Message())); });
         completion.EndRecord();
     }
-    reports.Finish();
+    if (hasEvents)
+    {
+        reports.Finish();
+    }
 }

@@ -20,7 +20,7 @@ struct SReportNames
 };
 
 /// Makes reports from records, one after the other; a record that was cut off yields what stands in it. `failed` is
-/// told of each report that cannot be written, and why; the others are written all the same. Throws like `ReadRecord`,
-/// and then no report is written.
+/// told of each record that cannot be read to its end and of each report that cannot be written, and why; the others
+/// are made all the same, of what could be read. When that is nothing, there is no report.
 REPORTS_EXPORT void MakeReports(const std::vector<std::string>& records, const SReportNames& names,
                                 const std::function<void(const std::string& error)>& failed);

@@ -1,11 +1,11 @@
 #include <Reports/RecordedRuns.h>
 
 #include <Reports/RecordReader.h>
+#include <Reports/RunCompletion.h>
 
 #include <Events/Node.h>
 
 #include <algorithm>
-#include <utility>
 #include <variant>
 
 namespace
@@ -23,31 +23,72 @@ public:
     {
         std::visit([this](const auto& what) { Tell(what); }, event.what);
     }
+    /// No suite counts as left out: the runs did not get to their end.
+    void Stopped() { m_IsStopped = true; }
+    void Finish();
 
 private:
+    void Tell(const SSuiteLoadEvent& load);
     void Tell(const SRunStartEvent& start);
     void Tell(const SNodeEvent& node);
     void Tell(const SStateEvent& state);
     void Tell(const SMeasurementEvent& measurement) { m_Measured.push_back(measurement); }
     void Tell(const SVerdictEvent& verdict);
     void Tell(const SNotRunEvent& notRun);
+    void Tell(const SAbortEvent& /*abort*/) { Stopped(); }
+    void Tell(const SVanishedEvent& /*vanished*/) { Stopped(); }
     void Tell(const SRunEndEvent& end);
     void Tell(const auto&) {}
 
-    SRecordedSuite& Suite() { return m_Runs.suites[m_Names.Suite()]; }
+    SRecordedSuite& Suite() { return m_Runs.suites[m_Suite]; }
     SRecordedTest& Test(const STestName& name);
+    void KeepMeasurements(SRecordedTest& test);
 
     SRecordedRuns& m_Runs;
+    std::size_t m_Suite = 0; ///< of the current run
     CTestNames m_Names;
-    std::vector<SNodeEvent> m_Nodes; ///< of the run, but for groups; empty once they are entered
+    std::vector<SNodeEvent> m_Nodes; ///< of the run, but for groups
     std::vector<SMeasurementEvent> m_Measured;
+    std::set<std::string> m_Loaded; ///< files
+    bool m_IsStopped = false;
 };
+
+void CRunsReader::Finish()
+{
+    if (m_IsStopped)
+    {
+        return;
+    }
+    for (const SRecordedSuite& suite : m_Runs.suites)
+    {
+        m_Loaded.erase(suite.file);
+    }
+    m_Runs.leftOut = std::move(m_Loaded);
+}
+
+void CRunsReader::Tell(const SSuiteLoadEvent& load)
+{
+    if (load.loaded)
+    {
+        m_Loaded.insert(load.file);
+    }
+}
 
 void CRunsReader::Tell(const SRunStartEvent& start)
 {
     m_Names.Begin(start.suite, start.file);
     m_Nodes.clear();
-    Suite();
+    const std::string name = m_Names.Suite();
+    const auto found =
+        std::find_if(m_Runs.suites.begin(), m_Runs.suites.end(),
+                     [&](const SRecordedSuite& suite) { return suite.name == name && suite.file == start.file; });
+    m_Suite = static_cast<std::size_t>(found - m_Runs.suites.begin());
+    if (found == m_Runs.suites.end())
+    {
+        SRecordedSuite& suite = m_Runs.suites.emplace_back();
+        suite.name = name;
+        suite.file = start.file;
+    }
 }
 
 void CRunsReader::Tell(const SNodeEvent& node)
@@ -73,11 +114,12 @@ void CRunsReader::Tell(const SVerdictEvent& verdict)
     SRecordedNode& node = Suite().nodes[key];
     ++node.executions;
     node.passed += verdict.verdict == EVerdict::Passed ? 1 : 0;
-    if (!verdict.test)
+    if (!verdict.test && m_Measured.empty())
     {
         return;
     }
     SRecordedTest& test = Test(m_Names.Name(verdict.path, verdict.passes));
+    test.test = verdict.test;
     if (test.verdict == EVerdict::Passed && verdict.verdict != EVerdict::Passed)
     {
         test.reason = verdict.reason;
@@ -85,16 +127,22 @@ void CRunsReader::Tell(const SVerdictEvent& verdict)
     test.node = std::move(key);
     test.verdict = std::max(test.verdict, verdict.verdict);
     test.duration = std::max(test.duration, verdict.duration);
-    for (SMeasurementEvent& measured : m_Measured)
+    KeepMeasurements(test);
+}
+
+void CRunsReader::KeepMeasurements(SRecordedTest& test)
+{
+    std::map<std::string, std::size_t> counts;
+    for (const SMeasurementEvent& measured : m_Measured)
     {
-        test.measurements[measured.name] = measured;
+        test.measurements[{measured.name, ++counts[measured.name]}] = measured;
     }
     m_Measured.clear();
 }
 
 void CRunsReader::Tell(const SNotRunEvent& notRun)
 {
-    m_Runs.notRun[KeyOf(m_Names.Name(notRun.path, {}))] = notRun.reason;
+    Suite().notRun[KeyOf(m_Names.Name(notRun.path, {}))] = notRun.reason;
 }
 
 void CRunsReader::Tell(const SRunEndEvent& end)
@@ -111,18 +159,43 @@ void CRunsReader::Tell(const SRunEndEvent& end)
 
 SRecordedTest& CRunsReader::Test(const STestName& name)
 {
-    const auto [test, isNew] = m_Runs.tests.try_emplace(KeyOf(name));
+    SRecordedSuite& suite = Suite();
+    const auto [test, isNew] = suite.tests.try_emplace(KeyOf(name));
     if (isNew)
     {
-        m_Runs.order.push_back(test->first);
+        suite.order.push_back(test->first);
     }
     return test->second;
 }
 } // namespace
 
+const SRecordedSuite* SRecordedRuns::Find(const std::string& name, const std::string& file) const
+{
+    const SRecordedSuite* first = nullptr;
+    for (const SRecordedSuite& suite : suites)
+    {
+        if (suite.name == name && (!first || suite.file == file))
+        {
+            first = &suite;
+            if (suite.file == file)
+            {
+                break;
+            }
+        }
+    }
+    return first;
+}
+
 std::string KeyOf(const STestName& name)
 {
-    return name.classname + '/' + name.name;
+    return name.classname + '\0' + name.name;
+}
+
+std::string TextOf(const std::string& key)
+{
+    std::string text = key;
+    std::replace(text.begin(), text.end(), '\0', '/');
+    return text;
 }
 
 SRecordedRuns ReadRuns(const std::string& record)
@@ -131,6 +204,10 @@ SRecordedRuns ReadRuns(const std::string& record)
     CRunsReader reader(runs);
     CRunCompletion completion(reader);
     ReadRecord(record, [&](const SEvent& event) { completion.Take(event); });
-    completion.EndRecord();
+    if (completion.EndRecord())
+    {
+        reader.Stopped();
+    }
+    reader.Finish();
     return runs;
 }

@@ -29,9 +29,14 @@ bool IsSpecial(const std::string& path)
 }
 
 /// Of a file that is there or could be made; 0 when it can be written.
-int ErrorOf(const std::string& path)
+int ErrorOf(std::filesystem::path path)
 {
+    constexpr int MOST_LINKS = 40; // as many as the system follows
     std::error_code error;
+    for (int links = 0; links < MOST_LINKS && std::filesystem::is_symlink(path, error); ++links)
+    {
+        path = path.parent_path() / std::filesystem::read_symlink(path, error);
+    }
     const std::filesystem::file_type type = std::filesystem::status(path, error).type();
     if (type == std::filesystem::file_type::directory)
     {
@@ -41,7 +46,7 @@ int ErrorOf(const std::string& path)
     {
         return access(path.c_str(), W_OK) == 0 ? 0 : errno;
     }
-    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+    const std::filesystem::path folder = path.parent_path();
     const std::string name = folder.empty() ? "." : folder.string();
     const bool isFolder = std::filesystem::is_directory(name, error);
     return !isFolder ? ENOENT : access(name.c_str(), W_OK | X_OK) == 0 ? 0 : errno;

@@ -2,6 +2,7 @@
 
 #include <Events/Node.h>
 
+#include <algorithm>
 #include <utility>
 #include <variant>
 
@@ -25,18 +26,20 @@ void CRunCompletion::Take(const SEvent& event)
     }
 }
 
-void CRunCompletion::EndRecord()
+bool CRunCompletion::EndRecord()
 {
-    if (m_RunStart)
+    const bool isCutOff = m_RunStart.has_value();
+    if (isCutOff)
     {
         Complete({});
     }
+    return isCutOff;
 }
 
 void CRunCompletion::On(const SRunStartEvent& start)
 {
     m_RunStart = m_Time;
-    m_IsJudged = start.executionType != 1;
+    m_ExecutionType = start.executionType;
     m_InitializationFailed = false;
     m_Nodes.clear();
     m_Order.clear();
@@ -52,22 +55,36 @@ void CRunCompletion::On(const SNodeEvent& node)
 
 void CRunCompletion::On(const SStateEvent& state)
 {
+    m_InitializationFailed =
+        m_InitializationFailed || (state.element == "x:InitGroup" && state.state == ENodeState::Failed);
+    SNode& node = Have(state.path);
+    const bool isBegin = state.state == ENodeState::Executing;
+    node.begun += isBegin ? 1 : 0;
+    node.passed += state.state == ENodeState::Passed ? 1 : 0;
+    if (!isBegin && IsExecution(state.element) && !m_Running.empty() && m_Running.back().path == state.path)
+    {
+        m_Running.back().hasEnded = true;
+        return;
+    }
     // What an abort left is never told to have ended.
     while (!m_Running.empty() && !IsBelow(state.path, m_Running.back().path))
     {
         m_Running.pop_back();
     }
-    if (state.state == ENodeState::Executing)
+    if (isBegin)
     {
-        ++Have(state.path).begun;
         m_Running.push_back({state.path, 0, m_Time});
     }
-    m_InitializationFailed =
-        m_InitializationFailed || (state.element == "x:InitGroup" && state.state == ENodeState::Failed);
 }
 
 void CRunCompletion::On(const SPassEvent& pass)
 {
+    ++Have(pass.path).passes;
+    // What was left out in the pass before has no verdict.
+    while (!m_Running.empty() && IsBelow(m_Running.back().path, pass.path))
+    {
+        m_Running.pop_back();
+    }
     if (!m_Running.empty() && m_Running.back().path == pass.path)
     {
         m_Running.back().pass = pass.number;
@@ -114,25 +131,29 @@ CRunCompletion::SNode& CRunCompletion::Have(const std::string& path)
 /// `running` is the path of the node that is known to have been running; empty: what the events say.
 void CRunCompletion::Complete(const std::string& running)
 {
+    constexpr std::uint32_t DIAGNOSTIC = 1;
+    constexpr std::uint32_t VALIDATION = 2;
+    const bool isJudged = m_ExecutionType != DIAGNOSTIC;
+    if (!m_Running.empty() && m_Running.back().hasEnded && m_ExecutionType == VALIDATION)
+    {
+        m_Running.pop_back(); // perhaps a call that was left out, which has no verdict
+    }
     const std::string path = !running.empty() ? running : m_Running.empty() ? "" : m_Running.back().path;
-    if (m_IsJudged && !path.empty())
+    if (isJudged && !path.empty())
     {
         Judge(path);
     }
     for (const std::string& node : m_Order)
     {
         const SNode& entry = m_Nodes[node];
-        if (m_IsJudged && entry.told.test && entry.told.selected && entry.verdicts == 0)
+        if (isJudged && entry.told.test && entry.told.selected && entry.verdicts == 0)
         {
-            Emit(SNotRunEvent{node,
-                              m_InitializationFailed ? ENotRunReason::Initialization
-                                  : WasSkipped(node) ? ENotRunReason::Condition
-                                                     : ENotRunReason::Stopped});
+            Emit(SNotRunEvent{node, WhyNotRun(node)});
         }
     }
     SRunEndEvent end;
     end.verdicts = m_Counts;
-    end.duration = std::chrono::duration_cast<std::chrono::milliseconds>(m_Time - *m_RunStart);
+    end.duration = std::chrono::duration_cast<std::chrono::milliseconds>(Since(*m_RunStart));
     Emit(std::move(end));
 }
 
@@ -149,7 +170,7 @@ void CRunCompletion::Judge(const std::string& path)
     {
         if (node.path == path)
         {
-            verdict.duration = std::chrono::duration_cast<std::chrono::microseconds>(m_Time - node.begin);
+            verdict.duration = Since(node.begin);
         }
         if (node.pass > 0 && IsBelow(path, node.path))
         {
@@ -159,17 +180,37 @@ void CRunCompletion::Judge(const std::string& path)
     Emit(std::move(verdict));
 }
 
-bool CRunCompletion::WasSkipped(const std::string& path) const
+/// As far as the events tell the reasons apart.
+ENotRunReason CRunCompletion::WhyNotRun(const std::string& path) const
 {
+    if (m_InitializationFailed)
+    {
+        return ENotRunReason::Initialization;
+    }
+    static const SNode NONE;
+    bool hasNoPass = false;
+    std::uint64_t begunBelow = m_Nodes.at(path).begun;
     for (std::string at = path; !at.empty(); at = ParentPath(at))
     {
-        const auto node = m_Nodes.find(at);
-        if (node != m_Nodes.end() && node->second.skipped > 0 && node->second.begun == 0)
+        const auto found = m_Nodes.find(at);
+        const SNode& node = found == m_Nodes.end() ? NONE : found->second;
+        if (node.skipped > 0 && node.begun == 0)
         {
-            return true;
+            return ENotRunReason::Condition;
         }
+        // A group that came to its end without what stands in it made no pass.
+        hasNoPass = hasNoPass || (at != path && node.passed > 0 && node.passes == 0 && begunBelow == 0);
+        begunBelow = node.begun;
     }
-    return false;
+    const bool isLeftOut = m_Nodes.at(path).passed > 0;
+    return hasNoPass ? ENotRunReason::NoPass : isLeftOut ? ENotRunReason::LeftOut : ENotRunReason::Stopped;
+}
+
+/// A clock that was set back in between makes it 0.
+std::chrono::microseconds CRunCompletion::Since(std::chrono::system_clock::time_point begin) const
+{
+    return std::max(std::chrono::microseconds(0),
+                    std::chrono::duration_cast<std::chrono::microseconds>(m_Time - begin));
 }
 
 void CRunCompletion::Emit(TEvent what)

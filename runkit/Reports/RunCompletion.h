@@ -19,15 +19,17 @@ public:
     explicit CRunCompletion(CEventSink& next);
 
     void Take(const SEvent& event) override;
-    /// The record ended here, by itself or cut off.
-    void EndRecord();
+    /// The record ended here, by itself or cut off. Whether a run was under way.
+    bool EndRecord();
 
 private:
     struct SNode
     {
         SNodeEvent told;
         std::uint64_t begun = 0;
+        std::uint64_t passed = 0; ///< as its state says
         std::uint64_t skipped = 0;
+        std::uint64_t passes = 0;
         std::uint64_t verdicts = 0;
     };
 
@@ -37,6 +39,7 @@ private:
         std::string path;
         std::uint64_t pass = 0; ///< 0: not in a loop's pass
         std::chrono::system_clock::time_point begin;
+        bool hasEnded = false; ///< and waits for its verdict
     };
 
     void On(const SRunStartEvent& start);
@@ -52,13 +55,14 @@ private:
     SNode& Have(const std::string& path);
     void Complete(const std::string& running);
     void Judge(const std::string& path);
-    bool WasSkipped(const std::string& path) const;
+    ENotRunReason WhyNotRun(const std::string& path) const;
+    std::chrono::microseconds Since(std::chrono::system_clock::time_point begin) const;
     void Emit(TEvent what);
 
     CEventSink& m_Next;
     std::optional<std::chrono::system_clock::time_point> m_RunStart; ///< of the run under way
     std::chrono::system_clock::time_point m_Time;                    ///< of the last event
-    bool m_IsJudged = true;                                          ///< not a diagnostic run
+    std::uint32_t m_ExecutionType = 0;
     bool m_InitializationFailed = false;
     std::unordered_map<std::string, SNode> m_Nodes; ///< by path
     std::vector<std::string> m_Order;               ///< their paths as they were told

@@ -3,6 +3,7 @@
 #include <Events/Node.h>
 
 #include <algorithm>
+#include <regex>
 
 namespace
 {
@@ -11,6 +12,13 @@ std::string Part(std::string text)
 {
     std::replace(text.begin(), text.end(), '.', '_');
     return text;
+}
+
+/// A title that ends as if passes or a path were added to it already.
+bool ReadsAsMore(const std::string& title)
+{
+    static const std::regex MORE(R"(.* (\[[0-9.]+\]|\(/[0-9/]*\)))");
+    return std::regex_match(title, MORE);
 }
 } // namespace
 
@@ -66,6 +74,6 @@ STestName CTestNames::Name(const std::string& path, const std::vector<std::uint6
     }
     const SNode& node = found->second;
     const auto count = m_Count.find(Key(node));
-    const bool isShared = count != m_Count.end() && count->second > 1;
+    const bool isShared = (count != m_Count.end() && count->second > 1) || ReadsAsMore(node.title);
     return {node.classname, node.title + (isShared ? " (" + path + ')' : "") + loops};
 }

@@ -99,6 +99,7 @@ TEST_F(CReportsTest, OfARunThatVanishedNameTheCallAndOfOneThatWasKilledToo)
 TEST_F(CReportsTest, OneThatCannotBeWrittenLeavesTheOthersAlone)
 {
     const std::string suite = Suite(Call("Passes"));
+    ASSERT_EQ(Shell("ln -s nowhere/j dangling").code, 0);
     for (const char* way : {"", "--in-process "})
     {
         const SOutcome full = Run(std::string(way) + "--junit /dev/full --html h --record r " + suite);
@@ -109,9 +110,9 @@ TEST_F(CReportsTest, OneThatCannotBeWrittenLeavesTheOthersAlone)
     }
     const std::pair<const char*, const char*> rows[] = {
         {"report --junit /dev/full r", "cannot write /dev/full: No space left on device"},
+        {"report --junit dangling r", "cannot write dangling: No such file or directory"},
         {"report --junit r r", "r: named as a record and as the JUnit report"},
         {"report --junit j --html ./j r", "./j: named as the JUnit report and as the HTML report"},
-        {"report --junit j r gone", "cannot read gone: No such file or directory"},
         {"report --junit j suite.xml", "suite.xml:1: cannot be read as the record of a run: "},
         {"diff r gone", "cannot read gone: No such file or directory"},
     };
@@ -123,6 +124,12 @@ TEST_F(CReportsTest, OneThatCannotBeWrittenLeavesTheOthersAlone)
         EXPECT_PRED2(Contains, outcome.err, std::string("orvanta: ") + message);
         EXPECT_EQ(Read("j"), "");
     }
+    Write("cut", Read("r").substr(0, 20));
+    const SOutcome some = Orvanta("report --junit j gone cut r");
+    EXPECT_EQ(some.code, 4);
+    EXPECT_PRED2(Contains, some.err,
+                 "orvanta: cannot read gone: No such file or directory\norvanta: cut:1: cannot be read as ");
+    EXPECT_PRED2(Contains, Read("j"), "testcase name=\"Passes\"");
 }
 
 TEST_F(CReportsTest, MeasurementsHaveTheirLimitsFromTheSuite)
@@ -174,7 +181,7 @@ TEST_F(CReportsTest, ARerunRunsWhatDidNotPassAndDiffTellsWhatBecameOfIt)
 
     const SOutcome nothing = Run("--rerun r " + suite + ' ' + third);
     EXPECT_EQ(nothing.code, 5);
-    EXPECT_PRED2(Contains, nothing.err, "orvanta: nothing ran: everything passed in r\n");
+    EXPECT_PRED2(Contains, nothing.err, "orvanta: nothing ran: everything that was selected in r has passed\n");
     EXPECT_EQ(Run("--record r --rerun old -T /1/2/1 " + suite).code, 0);
     EXPECT_EQ(Ran(), "/0/0 /1/0 /2/0 ");
     EXPECT_EQ(Orvanta("diff r r").code, 0);

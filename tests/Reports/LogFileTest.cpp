@@ -38,6 +38,8 @@ TEST(LogFile, EachEventHasItsLinesAndEachNodeItsName)
         {SVerdictEvent{"/1/0", true, EVerdict::Passed, 1, {1}, 1us, ""}, ""},
         {SVerdictEvent{"/1/0", true, EVerdict::Failed, 0, {2, 3}, 1us, "1 is\nnot 2\n"},
          "0 note   Failed: /1/0 x:Function \"Func\" [2.3] (a.xml:18): 1 is\n" + indent + "not 2"},
+        {SVerdictEvent{"/1/0", true, EVerdict::Passed, 1, {}, 12345us, ""}, "0 note   Passed: /1/0 x:Function \"Func\" (a.xml:18), 0.012 s"},
+        {SVerdictEvent{"/1/1", false, EVerdict::Passed, 1, {}, 12345us, ""}, ""},
         {SVerdictEvent{"/1", false, EVerdict::Error, 0, {}, 1us, "crashed"}, "0 note   Error: /1 x:Group \"Loop\" (a.xml:17): crashed"},
         {SVerdictEvent{"/1/1", false, EVerdict::Aborted, 0, {}, 1us, "by hand"}, "0 note   Aborted: /1/1 x:Set (a.xml:19): by hand"},
         {SPromptOpenEvent{{}, 1}, ""},

@@ -142,7 +142,6 @@ TEST(Record, TheReaderTakesWhatACrashLeftAndNamesThePlaceOfWhatIsNoRecord)
         {RECORD.substr(0, 20), at + '1' + no + "not valid JSON at byte 21: Missing a closing quotation mark in string."},
         {"\x7F" "ELF\n", at + '1' + no + "not valid JSON at byte 1: Invalid value."},
         {"", at + '1' + no + "not valid JSON at byte 1: The document is empty."},
-        {std::string((64U << 20) + 1, ' '), at + '1' + no + "the line is longer than 64 MiB"},
         // clang-format on
     };
     for (const auto& [text, expected] : rows)
@@ -150,6 +149,8 @@ TEST(Record, TheReaderTakesWhatACrashLeftAndNamesThePlaceOfWhatIsNoRecord)
         file.Write(text);
         EXPECT_EQ(Read(file), expected) << text.substr(0, 500);
     }
+    std::filesystem::resize_file(file.Path(), (512U << 20) + 1);
+    EXPECT_EQ(Read(file), at + '1' + no + "the line is longer than 512 MiB");
     std::filesystem::remove(file.Path());
     EXPECT_EQ(Read(file), "cannot read " + file.Path() + ": No such file or directory");
 }
