@@ -51,11 +51,13 @@ void Add(SVerdictCounts& sum, const SVerdictCounts& counts)
 }
 
 /// How a run came out, in a word or few; never a good one for a run that did not pass.
-std::string ResultWord(const SRunEndEvent& end, bool isRefused)
+std::string ResultWord(const SRunEndEvent& end, bool isRefused, bool hasVanished)
 {
     if (end.result.empty())
     {
-        return isRefused ? "did not run" : "ended by an unexpected error";
+        return isRefused  ? "did not run"
+            : hasVanished ? "ended by a process that vanished"
+                          : "ended by an unexpected error";
     }
     const bool isGood = end.result == "Passed" || end.result == "Completed";
     return isGood && !end.passed ? "Not passed" : PrintableLine(end.result);
@@ -111,7 +113,7 @@ CTerminalReport::CTerminalReport(std::FILE* stream, std::FILE* errors, const STe
 {
 }
 
-void CTerminalReport::Take(const SEvent& event)
+void CTerminalReport::Show(const SEvent& event)
 {
     const bool wasInLoop = m_View.InLoop();
     if (std::holds_alternative<SRunStartEvent>(event.what))
@@ -119,7 +121,7 @@ void CTerminalReport::Take(const SEvent& event)
         m_NotPassed = CNotPassedList();
         m_Refused = false;
         m_FirstBad.clear();
-        m_RunCounts = {};
+        m_Vanished = false;
         m_Shares.clear();
         m_Shortened.clear();
         m_InRun = true;
@@ -222,18 +224,9 @@ void CTerminalReport::On(const SOutputEvent& output)
     m_OutputOpen = !isError && !endsLine;
 }
 
-void CTerminalReport::On(const SVanishedEvent& vanished)
+void CTerminalReport::On(const SVanishedEvent& /*vanished*/)
 {
-    if (!m_InRun)
-    {
-        return;
-    }
-    m_RunCounts.errors += !vanished.path.empty() && m_View.Have(vanished.path).test ? 1U : 0U;
-    m_NotPassed.ShowNotPassed(m_Output);
-    Line(m_View.File() + ": ended by a process that vanished: " + CountsText(m_RunCounts, m_Progress.Elapsed()));
-    Add(m_Counts, m_RunCounts);
-    m_Duration += m_Progress.Elapsed();
-    m_InRun = false;
+    m_Vanished = true;
 }
 
 void CTerminalReport::On(const SNotRunEvent& notRun)
@@ -256,7 +249,8 @@ void CTerminalReport::On(const SRunEndEvent& end)
     }
     const std::string warned =
         end.verdicts.warned > 0 ? ", " + std::to_string(end.verdicts.warned) + " with warnings" : std::string();
-    Line(m_View.File() + ": " + ResultWord(end, m_Refused) + ": " + CountsText(end.verdicts, end.duration) + warned);
+    Line(m_View.File() + ": " + ResultWord(end, m_Refused, m_Vanished) + ": " + CountsText(end.verdicts, end.duration) +
+         warned);
     Add(m_Counts, end.verdicts);
     m_Duration += end.duration;
     m_InRun = false;
@@ -309,10 +303,6 @@ void CTerminalReport::On(const SVerdictEvent& verdict)
 {
     const SViewedNode& node = m_View.Node(verdict.path);
     const bool isPassed = verdict.verdict == EVerdict::Passed;
-    if (verdict.test)
-    {
-        m_RunCounts.Count(verdict);
-    }
     if (!isPassed)
     {
         m_NotPassed.Add(verdict, m_View);

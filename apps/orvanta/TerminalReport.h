@@ -6,6 +6,7 @@
 #include "TerminalOutput.h"
 
 #include <Events/EventSink.h>
+#include <Reports/RunCompletion.h>
 
 #include <array>
 #include <chrono>
@@ -34,7 +35,7 @@ public:
     /// The streams outlive the report.
     CTerminalReport(std::FILE* stream, std::FILE* errors, const STerminalStyle& style);
 
-    void Take(const SEvent& event) override;
+    void Take(const SEvent& event) override { m_Completion.Take(event); }
 
     /// A line of the host's own.
     void Line(std::string_view text);
@@ -72,6 +73,21 @@ private:
         bool isShortened = false;
     };
 
+    /// Shows what comes of the events when every run has its end.
+    class CShown : public CEventSink
+    {
+    public:
+        explicit CShown(CTerminalReport& report)
+            : m_Report(report)
+        {
+        }
+        void Take(const SEvent& event) override { m_Report.Show(event); }
+
+    private:
+        CTerminalReport& m_Report;
+    };
+
+    void Show(const SEvent& event);
     void On(const SSuiteLoadEvent& load);
     void On(const SLogEvent& entry);
     void Show(const SLogEvent& entry);
@@ -99,6 +115,8 @@ private:
 
     std::FILE* m_Errors;
     STerminalStyle m_Style;
+    CShown m_Shown{*this};
+    CRunCompletion m_Completion{m_Shown};
     CRunView m_View;
     CProgressLine m_Progress;
     CTerminalOutput m_Output;
@@ -113,10 +131,10 @@ private:
 
     std::vector<SLogEvent> m_LoadErrors; ///< shown once the suite proves to be loaded
     bool m_InRun = false;
+    bool m_Vanished = false;   ///< the process that ran it
     bool m_OutputOpen = false; ///< test code has not ended its line
 
     std::uint64_t m_Suites = 0;
-    SVerdictCounts m_RunCounts; ///< of this run, so far
-    SVerdictCounts m_Counts;    ///< of all suites
+    SVerdictCounts m_Counts; ///< of all suites
     std::chrono::milliseconds m_Duration{};
 };
