@@ -51,7 +51,7 @@ private:
 
 std::string_view CLineReader::Next()
 {
-    constexpr std::size_t LONGEST = std::size_t{512} * 1024 * 1024;
+    constexpr std::size_t LONGEST = std::size_t{256} * 1024 * 1024;
     ++m_Number;
     std::size_t searched = m_Begin;
     for (;;)
@@ -66,7 +66,7 @@ std::string_view CLineReader::Next()
         if (searched > LONGEST)
         {
             ThrowFormatted<ZKRunTimeException>(
-                "%s:%llu: cannot be read as the record of a run: the line is longer than 512 MiB", m_Path.c_str(),
+                "%s:%llu: cannot be read as the record of a run: the line is longer than 256 MiB", m_Path.c_str(),
                 static_cast<unsigned long long>(m_Number));
         }
         if (!ReadOn())

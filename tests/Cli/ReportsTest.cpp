@@ -111,6 +111,7 @@ TEST_F(CReportsTest, OneThatCannotBeWrittenLeavesTheOthersAlone)
     const std::pair<const char*, const char*> rows[] = {
         {"report --junit /dev/full r", "cannot write /dev/full: No space left on device"},
         {"report --junit dangling r", "cannot write dangling: No such file or directory"},
+        {"report --junit out r >out", "out: named as the standard output and as the JUnit report"},
         {"report --junit r r", "r: named as a record and as the JUnit report"},
         {"report --junit j --html ./j r", "./j: named as the JUnit report and as the HTML report"},
         {"report --junit j suite.xml", "suite.xml:1: cannot be read as the record of a run: "},
@@ -119,7 +120,7 @@ TEST_F(CReportsTest, OneThatCannotBeWrittenLeavesTheOthersAlone)
     for (const auto& [arguments, message] : rows)
     {
         SCOPED_TRACE(arguments);
-        const SOutcome outcome = Orvanta(arguments);
+        const SOutcome outcome = Shell("'" ORVANTA_PROGRAM "' " + std::string(arguments));
         EXPECT_EQ(outcome.code, 4);
         EXPECT_PRED2(Contains, outcome.err, std::string("orvanta: ") + message);
         EXPECT_EQ(Read("j"), "");
@@ -182,6 +183,12 @@ TEST_F(CReportsTest, ARerunRunsWhatDidNotPassAndDiffTellsWhatBecameOfIt)
     const SOutcome nothing = Run("--rerun r " + suite + ' ' + third);
     EXPECT_EQ(nothing.code, 5);
     EXPECT_PRED2(Contains, nothing.err, "orvanta: nothing ran: everything that was selected in r has passed\n");
+    EXPECT_EQ(Run("--record only -t **/IsRepaired " + suite + ' ' + third).code, 0);
+    EXPECT_PRED2(Contains, Run("--rerun only " + suite + ' ' + third).out,
+                 "third.xml: nothing was selected in only; the suite is not run\n");
+    EXPECT_EQ(Run("--diagnostic --record listed " + third).code, 0);
+    EXPECT_EQ(Run("--record r --rerun listed " + third).code, 0);
+    EXPECT_EQ(Ran(), "/0/0 /1/0 /2/0 ");
     EXPECT_EQ(Run("--record r --rerun old -T /1/2/1 " + suite).code, 0);
     EXPECT_EQ(Ran(), "/0/0 /1/0 /2/0 ");
     EXPECT_EQ(Orvanta("diff r r").code, 0);

@@ -149,8 +149,8 @@ TEST(Record, TheReaderTakesWhatACrashLeftAndNamesThePlaceOfWhatIsNoRecord)
         file.Write(text);
         EXPECT_EQ(Read(file), expected) << text.substr(0, 500);
     }
-    std::filesystem::resize_file(file.Path(), (512U << 20) + 1);
-    EXPECT_EQ(Read(file), at + '1' + no + "the line is longer than 512 MiB");
+    std::filesystem::resize_file(file.Path(), (256U << 20) + 1);
+    EXPECT_EQ(Read(file), at + '1' + no + "the line is longer than 256 MiB");
     std::filesystem::remove(file.Path());
     EXPECT_EQ(Read(file), "cannot read " + file.Path() + ": No such file or directory");
 }

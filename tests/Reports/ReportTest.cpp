@@ -181,6 +181,36 @@ TEST(JUnitReport, ARunThatWasCutOffNamesTheCallThatWasRunning)
                   .substr(0, 80));
 }
 
+TEST(JUnitReport, ARunThatWasCutOffSaysWhatTheEventsSayOfTheTestsThatDidNotRun)
+{
+    const std::string tree = "record\n run S\n group /0 G\n test /0/0 T\n";
+    const std::pair<CEventScript, std::string> rows[] = {
+        // clang-format off
+        {CEventScript()(tree + "begin /0\n begin /0/0\n fails /0/0"), "S.G/T error: ended inside Func\n"},
+        {CEventScript()(tree + "begin /0\n ends /0"), "S.G/T skipped: no pass\nS/run error: The run ended before its time.\n"},
+        {CEventScript()(tree + "begin /0\n fails /0"), "S.G/T skipped: stopped\nS/run error: The run ended before its time.\n"},
+        {CEventScript()(tree)(SStateEvent{"/1", "x:InitGroup", "", "", 1, ENodeState::Failed}), "S.G/T skipped: initialization\nS/run error: The run ended before its time.\n"},
+        {CEventScript()("record")(SRunStartEvent{"S", "s.xml", "", 2, 0, {}})("test /0 T\n begin /0\n ends /0"), "S/T skipped: left out\nS/run error: The run ended before its time.\n"},
+        {CEventScript()("record")(SRunStartEvent{"S", "s.xml", "", 1, 0, {}})("test /0 T\n begin /0"), "S/run error: The run ended before its time.\n"},
+        // clang-format on
+    };
+    for (const auto& [script, expected] : rows)
+    {
+        EXPECT_EQ(Cases(JUnit(script)), expected);
+    }
+}
+
+TEST(JUnitReport, NoTwoCasesHaveOneNameAndNoNameIsBlank)
+{
+    const std::string xml = JUnit(CEventScript()("record")(SRunStartEvent{" ", "", "", 0, 0, {{" ", "blank"}}})(
+        SNodeEvent{"/0", "x:Function", " ", "", 1, true, true, true})(
+        "group /1 L\n test /1/0 Read\n test /1/1 Read [2]\n test /1/2 a\n test /1/3 a\n test /1/4 a (/1/2)\n begin /0\n passed /0\n"
+        "begin /1/0\n passed /1/0 [2]\n begin /1/1\n passed /1/1\n begin /1/2\n passed /1/2\n begin /1/3\n passed /1/3\n begin /1/4\n passed /1/4\n end"));
+    EXPECT_EQ(
+        Cases(xml),
+        "&quot; &quot;/&quot; &quot;\n .L/Read [2]\n .L/Read [2] (/1/1)\n .L/a (/1/2)\n .L/a (/1/3)\n .L/a (/1/2) (/1/4)\n");
+}
+
 TEST(JUnitReport, CarriesMetaMeasurementsAndOutputAndNothingThatIsIllegal)
 {
     const std::string hostile = "a\x01\x1B[31m]]>\xFF\xEF\xBF\xBF\xE2\x80\xAE\n\"<&";
@@ -249,6 +279,21 @@ TEST(Comparison, TellsWhatChanged)
     EXPECT_EQ(comparison.Counts(), "1 broken, 1 fixed, 1 new, 1 gone, 1 slower, 1 measurement moved");
     EXPECT_TRUE(comparison.IsWorse());
     EXPECT_FALSE(Compare(read(after), read(after)).IsWorse());
+    const auto slash = [](const char* suite, const char* first, const char* second)
+    {
+        return CEventScript()("record")(SRunStartEvent{"S", suite, "", 0, 0, {}})(
+            "group /0 A\n test /0/0 B/C\n group /1 A/B\n test /1/0 C\n begin /0/0\n" + std::string(first) +
+            " /0/0\n begin /1/0\n" + second + " /1/0\n end");
+    };
+    EXPECT_THAT(Compare(read(slash("a", "failed", "passed")), read(slash("a", "passed", "failed"))).lines,
+                testing::ElementsAre("fixed: S.A/B/C", "broken: S.A/B/C"));
+    CEventScript two = slash("a", "passed", "passed");
+    const CEventScript other = slash("b", "failed", "passed");
+    for (const SEvent& event : other.Events())
+    {
+        two(event.what);
+    }
+    EXPECT_THAT(Compare(read(two), read(other)).lines, testing::ElementsAre("gone: S.A/B/C", "gone: S.A/B/C"));
     const std::pair<std::chrono::milliseconds, std::chrono::milliseconds> fast[] = {
         {100ms, 199ms}, {150ms, 299ms}, {99ms, 198ms}};
     for (const auto& [then, now] : fast)
