@@ -57,8 +57,12 @@ std::string AnswerText(const TPromptAnswer& answer)
 CJsonRow PromptRow(const char* kind, std::int64_t time, std::uint64_t id, const SPrompt& prompt,
                    const std::optional<std::string>& answer)
 {
+    const bool hasInitial = prompt.kind == EPromptKind::Integer && prompt.initialize;
+    const std::optional<std::string> initial =
+        hasInitial ? std::optional(std::to_string(prompt.initial)) : std::nullopt;
     return CJsonRow(kind, time, id, WordOf(prompt.kind), prompt.text, prompt.yes, prompt.no, prompt.button,
-                    prompt.label, std::to_string(prompt.min), std::to_string(prompt.max), prompt.timeout, answer);
+                    prompt.label, std::to_string(prompt.min), std::to_string(prompt.max), prompt.timeout, answer,
+                    prompt.hexadecimal, initial);
 }
 } // namespace
 

@@ -7,6 +7,7 @@
 
 #include <bit>
 #include <cmath>
+#include <string_view>
 #include <utility>
 
 namespace
@@ -30,9 +31,11 @@ std::pair<char32_t, std::size_t> FirstOf(std::string_view text)
 
 bool IsInvisible(char32_t character)
 {
+    // Letters, marks and symbols by category: the combining joiner, fillers, inherent vowels, the blank of Braille.
+    static constexpr std::u32string_view BLANKS = U"\u034F\u115F\u1160\u17B4\u17B5\u2800\u3164\uFFA0";
     const QChar::Category category = QChar::category(character);
     return category == QChar::Other_Format || category == QChar::Separator_Line ||
-        category == QChar::Separator_Paragraph;
+        category == QChar::Separator_Paragraph || BLANKS.find(character) != std::u32string_view::npos;
 }
 } // namespace
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 /// A text as a page may show it: `PrintableText`, with the number in place of every other character that has no look of
-/// its own as well (zero-width and soft hyphens, marks of order, separators of lines and paragraphs).
+/// its own as well (zero-width and soft hyphens, marks of order, separators of lines and paragraphs, fillers).
 std::string VisibleText(std::string_view text);
 
 /// One array of JSON values that may stand in a script block of a page: no text in it ends the block, and every text is

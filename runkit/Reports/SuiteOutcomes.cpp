@@ -63,11 +63,10 @@ void CSuiteOutcomes::On(const SLogEvent& entry)
 
 void CSuiteOutcomes::On(const SVerdictEvent& verdict)
 {
-    static constexpr std::array OUTCOMES{ESuiteOutcome::Passed, ESuiteOutcome::Failed, ESuiteOutcome::Error,
-                                         ESuiteOutcome::Aborted};
+    // An error inside of a suite does not end the run: its result is that of a failure.
     if (verdict.verdict != EVerdict::Passed)
     {
-        AtLeast(OUTCOMES.at(static_cast<std::size_t>(verdict.verdict)));
+        AtLeast(verdict.verdict == EVerdict::Aborted ? ESuiteOutcome::Aborted : ESuiteOutcome::Failed);
     }
 }
 
@@ -87,7 +86,8 @@ void CSuiteOutcomes::On(const SLockEvent& lock)
 
 void CSuiteOutcomes::On(const SVanishedEvent& /*vanished*/)
 {
-    AtLeast(ESuiteOutcome::Error);
+    const bool isInRun = !m_Suites.empty() && m_Suites[m_Current].isOpen;
+    AtLeast(ESuiteOutcome::Error, isInRun ? m_Suites[m_Current].outcome : m_Outside);
 }
 
 void CSuiteOutcomes::On(const SNotRunEvent& notRun)
@@ -116,9 +116,11 @@ ESuiteOutcome CSuiteOutcomes::OutcomeOf(const SRunEndEvent& end) const
         return m_IsDiagnostic ? ESuiteOutcome::Completed : ESuiteOutcome::Passed;
     }
     const std::optional<ESuiteOutcome>& worst = m_Suites[m_Current].outcome;
-    if (end.result.empty() && worst.value_or(ESuiteOutcome::Passed) < ESuiteOutcome::Refused)
+    // Without a result, the run was left by an exception or an abort; without a status too, it was cut off.
+    const bool wasStopped = worst == ESuiteOutcome::Aborted && end.status != TS_NONE;
+    if (end.result.empty() && worst != ESuiteOutcome::Refused && !wasStopped)
     {
-        return ESuiteOutcome::Error; // the run was left by it
+        return ESuiteOutcome::Error;
     }
     const bool isGood = end.result == "Passed" || end.result == "Completed";
     return isGood && !worst ? ESuiteOutcome::NothingRan : ESuiteOutcome::Failed;
@@ -132,7 +134,11 @@ void CSuiteOutcomes::Begin(const std::string& file)
 
 void CSuiteOutcomes::AtLeast(ESuiteOutcome outcome)
 {
-    std::optional<ESuiteOutcome>& worst = m_Suites.empty() ? m_Outside : m_Suites[m_Current].outcome;
+    AtLeast(outcome, m_Suites.empty() ? m_Outside : m_Suites[m_Current].outcome);
+}
+
+void CSuiteOutcomes::AtLeast(ESuiteOutcome outcome, std::optional<ESuiteOutcome>& worst)
+{
     worst = std::max(worst.value_or(outcome), outcome);
 }
 

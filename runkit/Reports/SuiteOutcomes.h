@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-/// What came of a suite, from good to bad.
+/// What came of a suite, from good to bad, in the order in which the exit codes of several suites prevail.
 enum class ESuiteOutcome
 {
     Passed,
@@ -21,7 +21,7 @@ enum class ESuiteOutcome
     NotLoaded,
     Refused, ///< by the execution lock
     Aborted,
-    Error,
+    Error, ///< it ended the run: an exception, a crash, a limit, a process that vanished, a record that was cut off
 };
 
 template <>
@@ -73,6 +73,7 @@ private:
 
     void Begin(const std::string& file);
     void AtLeast(ESuiteOutcome outcome);
+    static void AtLeast(ESuiteOutcome outcome, std::optional<ESuiteOutcome>& worst);
     ESuiteOutcome OutcomeOf(const SRunEndEvent& end) const;
     static ESuiteOutcome OutcomeOf(const SSuite& suite);
 

@@ -2,6 +2,8 @@
 
 #include <Reports/HtmlReport.h>
 
+#include <CoreKit/TestStatus.h>
+
 #include <nlohmann/json.hpp>
 
 #include <chrono>
@@ -62,6 +64,7 @@ std::string OutcomesOf(const std::vector<TEvent>& events)
 SRunEndEvent End(bool passed, std::string result, SVerdictCounts verdicts = {1, 0, 0, 0, 0, 0})
 {
     SRunEndEvent end;
+    end.status = passed ? TS_NONE : TS_ERROR;
     end.passed = passed;
     end.result = std::move(result);
     end.verdicts = verdicts;
@@ -81,7 +84,7 @@ SVerdictEvent Verdict(EVerdict verdict)
 
 TEST(HtmlReport, EventsBecomeRowsInTheirOrder)
 {
-    const SPrompt prompt{EPromptKind::Integer, "How many?", 120, "", "", "", "Number", false, true, 7, 1, UINT64_MAX};
+    const SPrompt prompt{EPromptKind::Integer, "How many?", 120, "", "", "", "Number", true, true, 7, 1, UINT64_MAX};
     const double infinite = std::numeric_limits<double>::infinity();
     const std::pair<TEvent, const char*> rows[] = {
         // clang-format off
@@ -97,8 +100,8 @@ TEST(HtmlReport, EventsBecomeRowsInTheirOrder)
         {STestLogEvent{"step", true, false}, R"(["test-log",2250,"step",true,false])"},
         {SPassEvent{"/", 2, UINT64_MAX, "$i"}, R"(["pass",2500,0,2,"18446744073709551615","$i"])"},
         {SMeasurementEvent{"/1", "U", 1.5, "V", infinite, 2.0, false}, R"(["measurement",2750,1,"U",1.5,"V",null,2.0,false])"},
-        {SPromptOpenEvent{prompt, 3}, R"(["prompt",3000,3,"integer","How many?","","","","Number","1","18446744073709551615",120,null])"},
-        {SPromptEvent{prompt, std::uint64_t{64}, 3}, R"(["prompt",3250,3,"integer","How many?","","","","Number","1","18446744073709551615",120,"64"])"},
+        {SPromptOpenEvent{prompt, 3}, R"(["prompt",3000,3,"integer","How many?","","","","Number","1","18446744073709551615",120,null,true,"7"])"},
+        {SPromptEvent{prompt, std::uint64_t{64}, 3}, R"(["prompt",3250,3,"integer","How many?","","","","Number","1","18446744073709551615",120,"64",true,"7"])"},
         {SOutputEvent{"", EOutputStream::StdErr, "oops"}, R"(["output",3500,null,"stderr","oops"])"},
         {SVerdictEvent{"/1", true, EVerdict::Failed, 1, {2, 3}, 1234us, "1 is not 2"}, R"(["verdict",3750,1,true,"failed",1,[2,3],1234,"1 is not 2"])"},
         {SSkipEvent{"/1"}, R"(["skip",4000,1])"},
@@ -149,6 +152,8 @@ TEST(HtmlReport, NoTextLeavesTheDataOrHidesInIt)
         {"\xE2\x80\xAE zero\xE2\x80\x8Bwidth \xEF\xBB\xBF\xC2\xAD", "\\u202E zero\\u200Bwidth \\uFEFF\\u00AD"},
         {"\xF3\xA0\x81\x81 \xF0\x9F\x98\x80 \xC3\xA9 \xE2\x82\xAC", "\\uE0041 \xF0\x9F\x98\x80 \xC3\xA9 \xE2\x82\xAC"},
         {"\\\xE2\x80\x8B \\u200B", "\\\\\\u200B \\\\u200B"},
+        {"\xE3\x85\xA4 \xE1\x85\x9F\xE1\x85\xA0 \xE2\xA0\x80 \xCD\x8F", "\\u3164 \\u115F\\u1160 \\u2800 \\u034F"},
+        {"\xE1\x9E\xB4\xE1\x9E\xB5 \xE1\x9E\xB6 \xE2\xA0\x81", "\\u17B4\\u17B5 \xE1\x9E\xB6 \xE2\xA0\x81"},
         {"\xFF\xC3", "\\xFF\\xC3"},
     };
     const SPage plain = PageOf({SAbortEvent{}});
@@ -193,6 +198,7 @@ TEST(HtmlReport, TheVerdictIsNeverBetterThanTheEvents)
     const SLockEvent refused{ELockState::Refused, "/l", {}, "", {}};
     const SLogEvent failure{0x20000000, 0, 2, {}, "text"};
     const SVerdictCounts none{};
+    const SRunEndEvent cutOff;
     const std::pair<std::vector<TEvent>, const char*> rows[] = {
         // clang-format off
         {{}, "nothing ran"},
@@ -200,7 +206,8 @@ TEST(HtmlReport, TheVerdictIsNeverBetterThanTheEvents)
         {{a, Start("a", 1), End(true, "Completed", none)}, "completed, completed"},
         {{a, Start("a", 2), End(true, "Passed")}, "passed, passed"},
         {{a, Start("a"), Verdict(EVerdict::Failed), End(false, "Failed")}, "failed, failed"},
-        {{a, Start("a"), Verdict(EVerdict::Error), End(false, "Failed")}, "error, error"},
+        // An error that the suite caught is no unexpected end.
+        {{a, Start("a"), Verdict(EVerdict::Error), End(false, "Failed")}, "failed, failed"},
         {{a, Start("a"), Verdict(EVerdict::Aborted), End(false, "Aborted")}, "aborted, aborted"},
         {{a, Start("a"), Verdict(EVerdict::Failed), End(true, "Passed")}, "failed, failed"},
         {{a, Start("a"), failure, End(true, "Passed")}, "failed, failed"},
@@ -208,6 +215,8 @@ TEST(HtmlReport, TheVerdictIsNeverBetterThanTheEvents)
         {{a, Start("a"), failure, End(false, "Passed", none)}, "failed, failed"},
         {{a, Start("a"), Verdict(EVerdict::Failed), End(false, "")}, "error, error"},
         {{a, Start("a"), SAbortEvent{"", EAbortCause::Operator}, End(false, "")}, "aborted, aborted"},
+        {{a, Start("a"), SAbortEvent{"", EAbortCause::Operator}, cutOff}, "error, error"},
+        {{a, Start("a"), SAbortEvent{"", EAbortCause::Crash}, Verdict(EVerdict::Error), End(false, "Aborted")}, "error, error"},
         {{a, Start("a"), SAbortEvent{"", EAbortCause::Limit}, End(false, "Aborted")}, "error, error"},
         {{a, Start("a"), SVanishedEvent{}, End(true, "Passed")}, "error, error"},
         {{a, Start("a"), Verdict(EVerdict::Passed)}, "error, error"},
@@ -215,7 +224,7 @@ TEST(HtmlReport, TheVerdictIsNeverBetterThanTheEvents)
         {{a, refused}, "refused, refused"},
         {{a, Start("a"), SLockEvent{ELockState::Waiting, "/l", {}, "", {}}, End(true, "Passed")}, "passed, passed"},
         {{unreadable}, "not loaded, not loaded"},
-        {{a, Start("a"), SNotRunEvent{"/1", ENotRunReason::Library}, End(false, "Failed", none)}, "not loaded, not loaded"},
+        {{a, Start("a"), Verdict(EVerdict::Error), SNotRunEvent{"/1", ENotRunReason::Library}, End(false, "Failed", none)}, "not loaded, not loaded"},
         {{a, Start("a"), End(true, "Passed"), unreadable}, "not loaded, passed, not loaded"},
         // Loaded ahead, and run one after the other; b is left out, then it isn't.
         {{a, b, Start("a"), End(true, "Passed")}, "passed, passed, nothing ran"},
@@ -225,7 +234,10 @@ TEST(HtmlReport, TheVerdictIsNeverBetterThanTheEvents)
         // A second record stands for itself.
         {{SRecordEvent{}, a, Start("a"), SRecordEvent{}, a, Start("a"), End(true, "Passed")}, "error, error, passed"},
         {{SRecordEvent{}, a, SRecordEvent{}, Start("a"), End(true, "Passed")}, "passed, nothing ran, passed"},
+        // Outside of a run it is nobody's.
         {{SVanishedEvent{}}, "error"},
+        {{a, SVanishedEvent{}}, "error, nothing ran"},
+        {{a, b, Start("a"), End(true, "Passed"), SVanishedEvent{}}, "error, passed, nothing ran"},
         // clang-format on
     };
     for (const auto& [events, expected] : rows)
