@@ -1,6 +1,6 @@
 """Makes records and drives a browser through the HTML reports on them; called by html-trial.sh.
 
-    html_trial.py records FOLDER             writes everything.jsonl, passes.jsonl, lines.jsonl and wide.jsonl
+    html_trial.py records FOLDER             writes everything.jsonl, gathered.jsonl and those of large runs
     html_trial.py browse FOLDER [SCREENSHOTS]
 """
 import base64
@@ -27,6 +27,9 @@ class Record:
         self.file = open(path, "w", encoding="utf-8")
         self.ms = 0.0
         self.nodes = {}
+        self.begin()
+
+    def begin(self):
         self.add("record", version=2, engine="5.0.0", host="orvanta")
 
     def add(self, event, **keys):
@@ -60,12 +63,13 @@ class Record:
         self.add("verdict", path=path, test=test, verdict=verdict, warnings=warnings, passes=list(passes), ms=ms,
                  reason=reason)
 
-    def end(self, result, verdicts):
+    def end(self, result, verdicts, closes=True):
         counts = dict(zip(("passed", "failed", "errors", "aborted", "notRun", "warned"), verdicts))
         self.add("run-end", status=0, result=result, reportName="", passed=result == "Passed", executed=1,
                  failedExecutions=0, tests=1, passes=1, warnings=0, aborts=0, failures=0, verdicts=counts,
                  seconds=round(self.ms / 1000, 3))
-        self.file.close()
+        if closes:
+            self.file.close()
 
 
 def everything(path):
@@ -141,6 +145,58 @@ def everything(path):
     record.add("not-run", path="/2/1", reason="condition")
     record.add("not-run", path="/3/2", reason="stopped")
     record.end("Aborted", (6, 2, 1, 0, 2, 1))
+
+
+def gathered(path):
+    """Two records far apart: a test that did not run in a run that passed, a helper that failed, a late end."""
+    record = Record(path)
+    nodes = [("/", "x:TestSuite", "Levels", "", False), ("/0", "x:Group", "", "Supply", False),
+             ("/0/0", "x:Function", "Ask", "Ask for the level", False), ("/0/1", "x:Function", "Measure", "", True),
+             ("/0/2", "x:Function", "Later", "", True)]
+    for suite, helper in (("Morning", "passed"), ("Evening", "failed")):
+        if suite == "Evening":
+            record.ms += 48 * 3600e3
+            record.begin()
+        record.start(suite, suite.lower() + ".xml", nodes, {"serial": "PB-7", "note": ""})
+        for node in ("/", "/0"):
+            record.state(node, "executing")
+
+        def ask():
+            prompt = {"kind": "integer", "text": "Set the mask.\nThen read it.", "label": "Mask", "base": 16,
+                      "initialize": True, "initial": 12, "min": 16, "max": 2 ** 64 - 1, "timeout": None}
+            record.add("prompt-open", **prompt, id=1)
+            record.add("prompt", **prompt, answer=300, id=1)
+
+        def measure():
+            for value, upper in ((None, 10), (0.1 + 0.2, 1e15), (12345678901234, None)):
+                record.add("measurement", path="/0/1", name="U", value=value, unit="V", lower=0, upper=upper,
+                           passed=value is not None)
+
+        record.call("/0/0", helper, 20, "no answer" if helper == "failed" else "", test=False, lines=ask)
+        record.call("/0/1", "passed", 20, lines=measure)
+        record.add("skip", path="/0/2")
+        record.state("/0", helper)
+        record.state("/", helper)
+        record.add("not-run", path="/0/2", reason="condition")
+        record.log(f"the {suite.lower()} is over")
+        record.end(helper.capitalize(), (1, 0, 0, 0, 1, 0), closes=False)
+    record.add("vanished", signal=11, status=None, path="")
+    record.file.close()
+
+
+def deep(path):
+    """A test below very many groups with long labels."""
+    record = Record(path)
+    nodes = ["/" + "/".join("0" * level) for level in range(240)]
+    record.start("Deep", "deep.xml", [(node, "x:Group", "", f"Level {node.count('0')} {'w' * 300}", False)
+                                      for node in nodes] + [(nodes[-1] + "/0", "x:Function", "Deepest", "", True)])
+    for node in nodes:
+        record.state(node, "executing")
+    record.call(nodes[-1] + "/0", "failed", 1, "x" * 5000,
+                lines=lambda: [record.log(f"line {number} of the test") for number in range(400)])
+    for node in reversed(nodes):
+        record.state(node, "failed")
+    record.end("Failed", (0, 1, 0, 0, 0, 0))
 
 
 def passes(path):
@@ -367,6 +423,16 @@ class Trial:
                    ("Failed", "Supply voltages / 5 V rail", "/1/1", "power-board.xml:7", "1.30 s", "below 4.75 V")))
         self.check("a card says in which pass", "[4] $Depth=16" in self.text(".card:nth-child(2) h3"))
         self.check("a card has the log in its colours", self.count(".card .line .tone") > 3)
+        chips = self.browser.run("return [...document.querySelectorAll('.chip')].map(one => one.ariaLabel)")
+        self.equal("chips count as the header does, and tell other steps apart", chips, [
+            "Passed: 6 tests, 2 other steps", "Failed: 2 tests", "Error: 1 test", "Not run: 2 tests",
+            "Skipped: 1 test", "With warnings: 1 test"])
+        self.check("the head says what came first", "First: broken.xml: 'lable'" in self.text("#verdict"))
+        names = [node["name"]["value"] for node in browser.devtools("Accessibility.getFullAXTree")["nodes"]
+                 if node.get("role", {}).get("value") in ("button", "link") and not node["ignored"]]
+        self.check("a screen reader hears of a test once", "5 V rail, Function Rail5, /1/1, Failed" in names)
+        self.equal("and no two links or buttons alike", [name for name in set(names) if names.count(name) > 1
+                                                         and "Power board: " not in name], [])
         self.check("texts are shown as texts", "\\x1B[31mred\\x1B[0m \\u202Etxt </script><img" in self.text("#main"))
         self.equal("nothing was made of them", self.count("img"), 0)
         self.equal("measurements", self.count("#measurements-section tbody tr"), 3)
@@ -407,6 +473,77 @@ class Trial:
             document.body.append(script, image);""")
         self.equal("a script that is not the page's own does not run", browser.run("return window.isForeign"), None)
         self.equal("nor is anything fetched", sum("violates" in text for text in browser.complaints()), 2)
+
+    def gathered(self):
+        browser = self.browser
+        self.open("gathered")
+        self.equal("gathered: verdict", self.text("h1"), "Error")
+        self.check("gathered: what vanished outside of the runs is no suite's", "outside of a run" in
+                   self.text("#verdict .note") and self.count(".note") == 1)
+        suites = browser.run("return [...document.querySelectorAll('.suite > summary')].map(one => one.innerText)")
+        self.check("gathered: each suite has its own verdict", [text.split()[0] for text in suites] == ["Passed",
+                                                                                                       "Failed"])
+        self.check("gathered: and its facts in sight", all(part in suites[0] for part in
+                   ("morning.xml", "library Morning", "serial: PB-7", "note: (empty)")))
+        self.check("gathered: the helper that failed is counted", "1 other step failed" in
+                   " ".join(self.text(".counts").split()))
+        state = "return document.querySelector(`[data-id='${arguments[0]}']`).className"
+        self.equal("gathered: a group with a test that did not run is not green", browser.run(state, "s1/0"), "not-run")
+        self.equal("gathered: the root is as the run", [browser.run(state, node) for node in ("s1/", "s2/")],
+                   ["passed", "failed"])
+        row = "return [...document.querySelector(arguments[0]).cells].map(cell => cell.innerText.trim())"
+        self.equal("gathered: a hexadecimal prompt", browser.run(row, "#prompts-section tbody tr")[1:4], [
+            "Mask\nSet the mask.\nThen read it.\nMorning: Supply / Ask for the level",
+            "0x10 to 0xFFFFFFFFFFFFFFFF, at first 0xC", "0x12C"])
+        cells = [browser.run(row, f"#measurements-section tbody tr:nth-child({i})") for i in (1, 2, 3)]
+        self.equal("gathered: numbers for people", [[part.replace("\u00a0", " ") for part in (cell[2], cell[5])]
+                                                    for cell in cells],
+                   [["not finite", "10"], ["0.3", "1 × 10¹⁵"], ["1.23456789 × 10¹³", "none"]])
+        self.check("gathered: a list of the slowest, no empty axis", self.count(".axis") == 0 and browser.run(
+            "return document.querySelector('.slow .bar').offsetWidth") > 100)
+        self.check("gathered: tests that did not run have their suite", "Evening: Supply / Later" in
+                   self.text("#not-run-section"))
+        browser.search("evening is over")
+        self.equal("gathered: a search finds what is outside of the tree", self.text("#found"), "0 nodes and 1 line")
+        browser.size(360, 780)
+        fits = browser.run("""const box = document.querySelector("#prompts-section .scroll");
+            return box.scrollWidth > box.clientWidth && document.documentElement.scrollWidth <= 360""")
+        self.check("gathered: a table scrolls in its own box", fits)
+        browser.size(1200, 900)
+        self.quiet("gathered")
+
+    def deep(self):
+        browser = self.browser
+        target = "return document.querySelector('.target > .row').getBoundingClientRect()"
+        for width in (1200, 360):
+            browser.size(width, 900)
+            self.open("deep")
+            browser.run("document.querySelector('.to-tree').click()")
+            self.check(f"deep: {width} pixels are enough", browser.wait("document.querySelector('.target')") and
+                       browser.run("return document.documentElement.scrollWidth") <= width)
+            room = browser.run(target)
+            self.check(f"deep: {width}: the test has room", room["width"] > width / 2 and room["right"] <= width, room)
+            self.check(f"deep: {width}: a card is short", browser.run(
+                "return document.querySelector('.card').offsetHeight") < 900)
+        browser.size(1200, 900)
+        self.check("deep: the whole is there on demand", browser.run("""const reason = document.querySelector(".reason");
+            reason.querySelector(".more").click();
+            return reason.innerText.length""") == 5000)
+        self.open("deep")
+        paper = self.paper()
+        self.check("deep: the tree is on the paper", "Deepest" in paper[paper.index("Tree"):])
+        self.check("deep: the log of the test too, cut in words", all(part in paper for part in (
+            "line 0 of the test", "line 399 of the test", "lines in between, not printed", "cut: the page shows all")))
+        self.equal("deep: boxes that paper opened are closed again", browser.run(
+            "dispatchEvent(new Event('afterprint')); return document.querySelectorAll('.card details[open]').length"), 0)
+        self.quiet("deep")
+
+    def paper(self):
+        """What is printed, as text."""
+        self.browser.devtools("Emulation.setEmulatedMedia", media="print")
+        text = self.browser.run("dispatchEvent(new Event('beforeprint')); return document.body.innerText")
+        self.browser.devtools("Emulation.setEmulatedMedia", media="")
+        return text
 
     def looks(self):
         browser = self.browser
@@ -450,7 +587,11 @@ class Trial:
         taken = browser.search("beat 16000")
         self.check("passes: a search within 1000 ms", taken < 1000, f"{taken:.0f} ms")
         self.check("passes: finds it", "beat 16000" in self.text("#tree .lines"))
-        browser.run("resetChoice(); location.hash = '#s1/0/0'")
+        browser.run("resetChoice()")
+        below = browser.run("""const top = id => document.querySelector(`[data-id='${id}'] > .row`).offsetTop;
+            return top("s1/0/0") - top("s1/0")""")
+        self.check("passes: what failed is not buried below them", below < 200, f"{below} pixels")
+        browser.run("location.hash = '#s1/0/0'")
         browser.wait("document.querySelector(`[data-id='s1/0/0'] .line`)")
         self.check("passes: a test of all passes unfolds", self.count(".line") > 0, self.count(".line"))
         self.quiet("passes")
@@ -482,6 +623,12 @@ class Trial:
         browser.run("location.hash = '#s1/150/77'")
         self.check("wide: a link leads to a test far down", browser.wait(
             "document.activeElement.closest('li')?.dataset.id === 's1/150/77'"))
+        browser.run("showTree(true); location.hash = '#s1/120/33'")
+        tops = []
+        for _ in range(4):
+            time.sleep(.4)
+            tops.append(browser.run("return document.querySelector('.target > .row')?.getBoundingClientRect().top"))
+        self.check("wide: also when all is unfolded, and stays there", 0 <= min(tops) and max(tops[1:]) < 300, tops)
         elements = self.count("*")
         self.check("wide: few elements", elements < 6000, elements)
         begin = time.monotonic()
@@ -489,11 +636,15 @@ class Trial:
         self.check("wide: it prints within 20 s", time.monotonic() - begin < 20, f"{time.monotonic() - begin:.1f} s")
         self.equal("wide: all that failed is on the paper", self.count(".chunk:not(.unprinted) .card")
                    + self.count("#not-passed-rest li"), 10000)
+        paper = self.paper()
+        self.equal("wide: 2000 lines of the tree", self.count("#paper-tree li"), 2000)
+        self.check("wide: the paper says what it lacks", "18,201 further nodes, not printed" in paper
+                   and "The other 9,800 follow without their logs" in paper)
         self.quiet("wide")
 
     def all(self):
         try:
-            for part in (self.demo, self.use, self.looks, self.address, self.large, self.many):
+            for part in (self.demo, self.use, self.gathered, self.looks, self.address, self.deep, self.large, self.many):
                 part()
         finally:
             self.browser.close()
@@ -504,7 +655,7 @@ class Trial:
 def main():
     command, folder = sys.argv[1:3]
     if command == "records":
-        for make in (everything, passes, lines, wide):
+        for make in (everything, gathered, deep, passes, lines, wide):
             make(os.path.join(folder, make.__name__ + ".jsonl"))
         return 0
     return Trial(folder, sys.argv[3] if len(sys.argv) > 3 else "").all()
