@@ -148,7 +148,7 @@ def everything(path):
 
 
 def gathered(path):
-    """Two records far apart: a test that did not run in a run that passed, a helper that failed, a late end."""
+    """Two records far apart: a test that did not run in a run that passed; a helper that failed, then an abort."""
     record = Record(path)
     nodes = [("/", "x:TestSuite", "Levels", "", False), ("/0", "x:Group", "", "Supply", False),
              ("/0/0", "x:Function", "Ask", "Ask for the level", False), ("/0/1", "x:Function", "Measure", "", True),
@@ -179,7 +179,9 @@ def gathered(path):
         record.state("/", helper)
         record.add("not-run", path="/0/2", reason="condition")
         record.log(f"the {suite.lower()} is over")
-        record.end(helper.capitalize(), (1, 0, 0, 0, 1, 0), closes=False)
+        if helper == "failed":
+            record.add("abort", text="stopped by hand", by="operator")
+        record.end({"failed": "Aborted", "passed": "Passed"}[helper], (1, 0, 0, 0, 1, 0), closes=False)
     record.add("vanished", signal=11, status=None, path="")
     record.file.close()
 
@@ -479,10 +481,10 @@ class Trial:
         self.open("gathered")
         self.equal("gathered: verdict", self.text("h1"), "Error")
         self.check("gathered: what vanished outside of the runs is no suite's", "outside of a run" in
-                   self.text("#verdict .note") and self.count(".note") == 1)
+                   self.text("#verdict .note") and self.count(".note.vanished") == 1)
         suites = browser.run("return [...document.querySelectorAll('.suite > summary')].map(one => one.innerText)")
-        self.check("gathered: each suite has its own verdict", [text.split()[0] for text in suites] == ["Passed",
-                                                                                                       "Failed"])
+        self.check("gathered: each suite has its own verdict", [text.split()[0] for text in suites] ==
+                   ["Passed", "Aborted"])
         self.check("gathered: and its facts in sight", all(part in suites[0] for part in
                    ("morning.xml", "library Morning", "serial: PB-7", "note: (empty)")))
         self.check("gathered: the helper that failed is counted", "1 other step failed" in
@@ -490,7 +492,7 @@ class Trial:
         state = "return document.querySelector(`[data-id='${arguments[0]}']`).className"
         self.equal("gathered: a group with a test that did not run is not green", browser.run(state, "s1/0"), "not-run")
         self.equal("gathered: the root is as the run", [browser.run(state, node) for node in ("s1/", "s2/")],
-                   ["passed", "failed"])
+                   ["passed", "aborted"])
         row = "return [...document.querySelector(arguments[0]).cells].map(cell => cell.innerText.trim())"
         self.equal("gathered: a hexadecimal prompt", browser.run(row, "#prompts-section tbody tr")[1:4], [
             "Mask\nSet the mask.\nThen read it.\nMorning: Supply / Ask for the level",
