@@ -92,9 +92,9 @@ extern "C"
 
     /**
      * Records a value with its unit and the limits that it has to keep, both included; NaN stands for no limit. A value
-     * outside of them, or one that is not finite, is a failure as `zk_failure` writes it, any other a line of level 3. Record
-     * and reports keep value and limits. Limits that a suite is to set come as parameters by value, in a unit that
-     * makes them whole numbers:
+     * outside of them, or one that is not finite, is a failure as `zk_failure` writes it, any other a line of level 3.
+     * Record and reports keep value and limits. Limits that a suite is to set come as parameters by value, in a unit
+     * that makes them whole numbers:
      *
      *     ZK_EXPORT bool SupplyVoltage(uint32_t lowest_mV, uint32_t highest_mV)
      *     {
