@@ -346,9 +346,10 @@ TEST_F(CMisbehaviourTest, AKillAtAPromptLeavesTheTerminalAsItWas)
     {
         SCOPED_TRACE(killsChild);
         Bad("Works", EPlace::Test, "<x:InfoPopup text=\"Well?\"/>");
-        // The shell stays, since the terminal of a session that is over is nobody's.
-        const auto terminal =
-            ShellAtTerminal("trap '' HUP; " + Command("--record r bad.xml") + "; code=$?; sleep 0.5; exit $code");
+        // The shell stays, since the terminal of a session that is over is nobody's, and gives a busy machine its time.
+        const auto terminal = ShellAtTerminal(
+            "trap '' HUP; " + Command("--record r bad.xml") +
+            "; code=$?; for i in {1..50}; do stty -a | grep -q ' icanon' && break; sleep 0.1; done; exit $code");
         terminal->Expect("Well?");
         terminal->Expect("> ");
         EXPECT_FALSE(terminal->IsRestored());
