@@ -1,13 +1,13 @@
 #include "CheckCommand.h"
 
 #include "Answers.h"
+#include "ProblemJson.h"
 #include "SelectedSuite.h"
 #include "SetupOf.h"
 #include "Terminal.h"
 
 #include <CoreKit/CatchLadder.h>
 #include <CoreKit/PrintableText.h>
-#include <Events/Words.h>
 #include <Session/Session.h>
 
 #include <nlohmann/json.hpp>
@@ -97,16 +97,6 @@ private:
     TFound m_Found;
 };
 
-TJson JsonOf(const std::string& file, const SProblem& problem)
-{
-    return {{"file", file},
-            {"line", problem.line == 0 ? TJson() : TJson(problem.line)},
-            {"column", problem.line == 0 ? TJson() : TJson(problem.column)},
-            {"severity", WordOf(problem.severity)},
-            {"rule", problem.rule},
-            {"message", problem.message}};
-}
-
 void Show(const TFound& found, bool asJson)
 {
     TJson array = TJson::array();
@@ -114,7 +104,8 @@ void Show(const TFound& found, bool asJson)
     {
         if (asJson)
         {
-            array.push_back(JsonOf(file, problem));
+            TJson& row = array.emplace_back(TJson{{"file", file}});
+            row.update(JsonOf(problem));
         }
         else
         {

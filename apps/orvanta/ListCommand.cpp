@@ -1,5 +1,6 @@
 #include "ListCommand.h"
 
+#include "ProblemJson.h"
 #include "SelectedSuite.h"
 #include "SetupOf.h"
 #include "Terminal.h"
@@ -31,15 +32,6 @@ std::size_t Columns(const std::string& text)
 std::string Padded(const std::string& text, std::size_t width)
 {
     return text + std::string(width - std::min(width, Columns(text)), ' ');
-}
-
-TJson JsonOf(const SProblem& problem)
-{
-    return {{"line", problem.line == 0 ? TJson() : TJson(problem.line)},
-            {"column", problem.line == 0 ? TJson() : TJson(problem.column)},
-            {"severity", problem.severity == ESeverity::Warning ? "warning" : "error"},
-            {"rule", problem.rule},
-            {"message", problem.message}};
 }
 
 TJson JsonOf(const SNodeInfo& node)
