@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include <sys/stat.h>
+
 class LibWrapperTest : public CServicesTest
 {
 protected:
@@ -124,5 +126,22 @@ TEST_F(LibWrapperTest, WhatTheLoaderWouldNotTakeIsNotReadEither)
         CReadLibrary library("odd");
         EXPECT_FALSE(library.OpenLibrary());
         EXPECT_EQ(library.GetDiagnostic(), (empty + "/libodd.so: " + reason).c_str());
+    }
+}
+
+TEST_F(LibWrapperTest, OnlyRegularFilesAreOpened)
+{
+    ASSERT_EQ(mkfifo((empty + "/libpipe.so").c_str(), 0600), 0);
+    std::filesystem::create_directory(empty + "/libfolder.so");
+    services.Settings.LibraryPath = {empty};
+    for (const char* const name : {"pipe", "folder"})
+    {
+        CReadLibrary read(name);
+        CLibWrapper opened(name, true);
+        for (CLibWrapper* const library : {static_cast<CLibWrapper*>(&read), &opened})
+        {
+            EXPECT_FALSE(library->OpenLibrary());
+            EXPECT_EQ(library->GetDiagnostic(), (empty + "/lib" + name + ".so: not a regular file").c_str());
+        }
     }
 }
