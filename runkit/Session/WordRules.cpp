@@ -1,6 +1,7 @@
 #include <Session/CheckRules.h>
 #include <Session/CheckedDocument.h>
 
+#include <CoreKit/NearestName.h>
 #include <CoreKit/SafeString.h>
 #include <Orvanta/BooleanOperatorNode.h>
 #include <Orvanta/NumericExpressionNode.h>
@@ -66,6 +67,13 @@ std::vector<std::string> Texts(const QStringList& words)
                    [](const QString& word) { return word.toStdString(); });
     return texts;
 }
+
+/// Operators are so short that several are often equally near, and a wrong guess would turn a comparison round.
+std::string MeantOperator(const std::string& wrong, const std::vector<std::string>& words)
+{
+    const std::vector<std::string> nearest = NearestNames(wrong, words);
+    return nearest.size() == 1 ? "; did you mean " + Quoted(nearest.front()) + "?" : std::string();
+}
 } // namespace
 
 void FindUnknownOperators(CCheckedDocument& document)
@@ -81,7 +89,7 @@ void FindUnknownOperators(CCheckedDocument& document)
             document.Error(element,
                            std::string(element.name()) + ": the operator " + Quoted(word.toStdString()) +
                                " is not known; known are " + known.join(QStringLiteral(", ")).toStdString() +
-                               Meant(word.toStdString(), Texts(known)));
+                               MeantOperator(word.toStdString(), Texts(known)));
         }
     }
 }
