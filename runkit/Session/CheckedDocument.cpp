@@ -5,6 +5,7 @@
 #include <Orvanta/TestSuiteNode.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 namespace
@@ -14,6 +15,24 @@ using TNames = std::vector<std::string_view>;
 std::uint64_t Cut(std::uint64_t number, EDataType type)
 {
     return type == DT_BOOL ? std::uint64_t{number != 0} : number & LargestOf(type);
+}
+
+bool IsNumberInGroup(const pugi::xml_node& element)
+{
+    const std::string_view name = element.name();
+    return (name == "x:Value" || name == "x:Expression") &&
+        std::string_view(element.parent().name()).ends_with("Group");
+}
+
+/// Whether at least two terms stand before a term.
+bool IsThirdTerm(const pugi::xml_node& term)
+{
+    int before = 0;
+    for (pugi::xml_node node = term.previous_sibling(); node && before < 2; node = node.previous_sibling())
+    {
+        before += IsTerm(node) ? 1 : 0;
+    }
+    return before == 2 && IsTerm(term);
 }
 } // namespace
 
@@ -182,6 +201,37 @@ std::string Quoted(std::string_view text)
 bool IsByReference(const pugi::xml_node& parameter)
 {
     return std::string_view(parameter.attribute("passed").value()) != "byVal";
+}
+
+bool IsTerm(const pugi::xml_node& element)
+{
+    static constexpr std::array<std::string_view, 6> TERMS{"x:And",        "x:Or",    "x:Not",
+                                                           "x:Comparison", "x:Value", "x:Expression"};
+    return std::find(TERMS.begin(), TERMS.end(), element.name()) != TERMS.end();
+}
+
+bool IsComputed(const pugi::xml_node& element)
+{
+    for (pugi::xml_node node = element; node; node = node.parent())
+    {
+        const pugi::xml_node parent = node.parent();
+        const std::string_view name = node.name();
+        const std::string_view parentName = parent.name();
+        if (name == "x:Condition" && !node.next_sibling("x:Condition"))
+        {
+            const bool isInTerm = IsTerm(parent) || parentName == "x:Condition" || parentName == "x:LoopTerminate" ||
+                parentName == "x:NextIteration";
+            // A number among the children of a group is not computed, but its condition is asked all the same.
+            return !isInTerm || IsNumberInGroup(parent);
+        }
+        const bool isReplaceable = name == "x:Condition" || name == "x:LoopTerminate" || name == "x:NextIteration";
+        const bool isReplaced = isReplaceable && node.next_sibling(node.name());
+        if (isReplaced || IsNumberInGroup(node) || (parentName == "x:Comparison" && IsThirdTerm(node)))
+        {
+            return false;
+        }
+    }
+    return true;
 }
 
 bool IsPromptBound(const pugi::xml_attribute& bound)

@@ -90,5 +90,11 @@ std::string Quoted(std::string_view text);
 /// Whether an element passes its value by reference, as "x:Parameter" does unless it says otherwise.
 bool IsByReference(const pugi::xml_node& parameter);
 
+/// Whether an element is a term of a calculation.
+bool IsTerm(const pugi::xml_node& element);
+
+/// Whether a run computes a term or a condition: not what another one replaces, nor what stands where nothing asks.
+bool IsComputed(const pugi::xml_node& element);
+
 /// Whether a prompt's bound is read as the number that it looks like; so is a missing one.
 bool IsPromptBound(const pugi::xml_attribute& bound);

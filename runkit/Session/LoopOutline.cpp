@@ -30,6 +30,7 @@ std::uint64_t CeilingOf(const CCheckedDocument& document, const pugi::xml_node& 
 SLoopOutline::SLoopOutline(const CCheckedDocument& document, const pugi::xml_node& group)
     : hasTerminator(group.child("x:LoopTerminate"))
     , hasNext(group.child("x:NextIteration"))
+    , hasIterator(group.attribute("iterator"))
     , isCompared(!hasTerminator && group.attribute("to"))
     , isAscending(!Has(group, "iterType", "Decr"))
     , isBoundIncluded(Has(group, "breakConditionType", "NonStrict"))
@@ -49,6 +50,20 @@ bool SLoopOutline::HasPassed(std::uint64_t iterator, std::uint64_t bound) const
 bool SLoopOutline::HasNoPass() const
 {
     return isCompared && from && to && HasPassed(*from, *to);
+}
+
+bool SLoopOutline::Uses(std::string_view attribute) const
+{
+    const bool showsSteps = isCompared || hasIterator || (!isAscending && !hasNext); // down to 0 it ends by itself
+    if (attribute == "to")
+    {
+        return isCompared;
+    }
+    if (attribute == "from")
+    {
+        return IsLoop() ? showsSteps : hasIterator && !hasNext;
+    }
+    return IsStepped() && showsSteps;
 }
 
 std::optional<std::uint64_t> SLoopOutline::Passes(std::uint64_t most) const

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 
 #include <pugixml.hpp>
 
@@ -20,11 +21,14 @@ struct SLoopOutline
     bool HasNoPass() const;
     /// Whether it moves its iterator by the interval.
     bool IsStepped() const { return IsLoop() && !hasNext && !HasNoPass(); }
+    /// Whether the value of "from", "to" or "interval" makes any difference.
+    bool Uses(std::string_view attribute) const;
     /// How many passes it makes, but no more than `most`; none when that is only known in a run.
     std::optional<std::uint64_t> Passes(std::uint64_t most) const;
 
     bool hasTerminator; ///< "x:LoopTerminate" ends it
     bool hasNext;       ///< "x:NextIteration" computes the iterator
+    bool hasIterator;   ///< "iterator" names the variable that it writes
     bool isCompared;    ///< "to" ends it
     bool isAscending;
     bool isBoundIncluded;

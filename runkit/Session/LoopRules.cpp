@@ -207,13 +207,6 @@ void CheckRoot(CCheckedDocument& document)
     }
 }
 
-bool IsTerm(const pugi::xml_node& element)
-{
-    static constexpr std::array<std::string_view, 6> TERMS{"x:And",        "x:Or",    "x:Not",
-                                                           "x:Comparison", "x:Value", "x:Expression"};
-    return std::find(TERMS.begin(), TERMS.end(), element.name()) != TERMS.end();
-}
-
 std::vector<pugi::xml_node> TermsOf(const pugi::xml_node& element)
 {
     std::vector<pugi::xml_node> terms;
@@ -247,7 +240,7 @@ void FindMissingTerms(CCheckedDocument& document)
 {
     for (const pugi::xml_node& element : document.Elements({"x:And", "x:Or", "x:Comparison", "x:Expression"}))
     {
-        if (TermsOf(element).size() < 2)
+        if (TermsOf(element).size() < 2 && IsComputed(element))
         {
             document.Error(element, std::string(element.name()) + " needs at least two terms");
         }

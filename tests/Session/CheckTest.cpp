@@ -233,6 +233,12 @@ TEST_F(CCheckTest, GroupsAndLoops)
         {"", Looping("from=\"1\" to=\"3\" interval=\"2\" breakConditionType=\"Strict\"", TERMINATE), {ignored("\"to\""), ignored("\"breakConditionType\"")}},
         {byte, Looping(iterator + "from=\"9\" to=\"3\" interval=\"2\" iterType=\"Decr\"", NEXT), {ignored("\"interval\"")}},
         {byte, Looping(iterator + "iterType=\"Decr\"", NEXT + TERMINATE), {ignored("\"iterType\"")}},
+        {"", Looping("to=\"$gone\" iterType=\"Decr\"", TERMINATE), {ignored("\"to\"")}},
+        {byte, Looping(iterator + "from=\"1a\" interval=\"$gone\"", NEXT), {ignored("\"from\""), ignored("\"interval\"")}},
+        {byte, Looping(iterator + "from=\"1a\""), {"4:1 error literal: from: "}},
+        {"", Looping("from=\"1a\" interval=\"1a\" iterType=\"Decr\"", TERMINATE), {"4:1 error literal: from: ", "4:1 error literal: interval: "}},
+        {Local("LONGLONG", "$n"), Looping("to=\"$n\"", TERMINATE), {"4:1 error value-width: to: ", ignored("\"to\"")}},
+        {"", Looping("", "<x:LoopTerminate><x:Or>" + Comparing("eq") + "</x:Or></x:LoopTerminate>\n" + TERMINATE), {"4:11 warning ignored: x:LoopTerminate"}},
         {byte, Looping(iterator, TERMINATE + "\n" + TERMINATE), {"4:25 warning ignored: x:LoopTerminate has no effect: of several, only the last one counts"}},
     };
     // clang-format on
@@ -243,6 +249,8 @@ TEST_F(CCheckTest, TermsConditionsAndPrompts)
 {
     const std::string condition = "<x:Condition>" + Comparing("eq") + "</x:Condition>";
     const std::string n = Local("BYTE", "$N");
+    const std::string bad =
+        "<x:Comparison operator=\"eq\"><x:Value value=\"$gone\"/><x:Value value=\"a\"/></x:Comparison>";
     // clang-format off
     const SRow rows[] = {
         {"", OnCondition("<x:Condition>" + Comparing("ltee") + "</x:Condition>"), {"6:14 error unknown-operator: x:Comparison: the operator \"ltee\" is not known; known are eq, gt, gte, lt, lte, ne; did you mean \"lte\"?"}},
@@ -261,6 +269,10 @@ TEST_F(CCheckTest, TermsConditionsAndPrompts)
         {"", In("<x:Group>" + condition + "<x:Function name=\"Passes\">" + condition + "</x:Function></x:Group>"), {}},
         {n, Setting("$N", "<x:Value value=\"1\">" + condition + "</x:Value>"), {"6:20 warning ignored: x:Condition has no effect in x:Value"}},
         {"", In(CALL + ONE), {"5:30 warning ignored: x:Value has no effect among the children of a group"}},
+        {"", OnCondition("<x:Condition>" + bad + "</x:Condition>\n" + condition), {"6:1 warning repeated-condition: "}},
+        {"", OnCondition("<x:Condition>" + bad + "</x:Condition>"), {"6:42 error undeclared-variable: ", "6:66 error literal: "}},
+        {"", OnCondition("<x:Condition><x:Comparison operator=\"eq\">" + ONE + ONE + "\n<x:Value value=\"a\"/></x:Comparison></x:Condition>"), {"7:1 warning ignored: x:Value"}},
+        {"", In(CALL + "<x:Expression operator=\"add\"><x:Value value=\"$gone\"/></x:Expression>"), {"5:30 warning ignored: x:Expression"}},
         {n, Asking("min=\"5\" max=\"4\""), {"5:3 error prompt-range: no number is from 5 to 4"}},
         {n, Asking("min=\"5\" max=\"256\""), {"5:3 warning prompt-range: 256 may be answered, but \"$N\" is BYTE, which ends at 255"}},
         {n, Asking("min=\"256\""), {"5:3 warning prompt-range: 256"}},
