@@ -50,6 +50,10 @@ CCheckedDocument::CCheckedDocument(const CDocumentSource& source)
     {
         m_Written.emplace(group.attribute("iterator").value());
     }
+    for (const pugi::xml_node& parameter : Elements({"x:Parameter"}))
+    {
+        m_Written.emplace(IsByReference(parameter) ? parameter.attribute("value").value() : "");
+    }
 }
 
 CCheckedDocument::~CCheckedDocument() = default;
@@ -165,7 +169,7 @@ std::optional<std::uint64_t> CCheckedDocument::KnownValue(const SReading& readin
         return Cut(*literal, reading.type);
     }
     const SDeclaration* const declaration = Find(reading.text);
-    const bool isKnown = declaration && declaration->isConstant && declaration->type &&
+    const bool isKnown = declaration && declaration->type && !declaration->element.attribute("ZKconfig") &&
         DataTypeWidth(*declaration->type) <= DataTypeWidth(reading.type) && !m_Written.contains(reading.text);
     if (!isKnown)
     {

@@ -55,7 +55,7 @@ public:
 
     /// Every text that is read by value, but for the terms of expressions.
     const std::vector<SReading>& Readings() const { return m_Readings; }
-    /// What a reading gives in every run: a literal's value, or that of a constant that nothing writes; cut to the
+    /// What a reading gives in every run: a literal's value, or that of a variable that nothing writes; cut to the
     /// reading's width.
     std::optional<std::uint64_t> KnownValue(const SReading& reading) const;
 
@@ -72,7 +72,7 @@ private:
     std::map<std::string, std::size_t, std::less<>> m_Rows; ///< of the declarations, by name
     std::vector<SReading> m_Readings;
     std::map<std::string, std::string> m_Meant;   ///< what was found for wrong names, which often come again
-    std::set<std::string, std::less<>> m_Written; ///< names that assignments, prompts and loops write
+    std::set<std::string, std::less<>> m_Written; ///< names that assignments, prompts, loops and calls write
     std::unique_ptr<CReadLibrary> m_Library;
 };
 

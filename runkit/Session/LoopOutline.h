@@ -4,9 +4,15 @@
 #include <optional>
 #include <string_view>
 
+#include <Orvanta/Variable.h>
+
 #include <pugixml.hpp>
 
 class CCheckedDocument;
+
+/// Whether a loop can step a variable of the type. A group reads its iterator as a LONG when it starts, so that wider
+/// ones fail there.
+bool CanBeStepped(EDataType type);
 
 /// How an "x:Group" iterates, as far as its document tells.
 struct SLoopOutline
@@ -23,6 +29,8 @@ struct SLoopOutline
     bool IsStepped() const { return IsLoop() && !hasNext && !HasNoPass(); }
     /// Whether the value of "from", "to" or "interval" makes any difference.
     bool Uses(std::string_view attribute) const;
+    /// Whether it can write its iterator, or has none.
+    bool HasGoodIterator() const;
     /// How many passes it makes, but no more than `most`; none when that is only known in a run.
     std::optional<std::uint64_t> Passes(std::uint64_t most) const;
 
@@ -32,7 +40,8 @@ struct SLoopOutline
     bool isCompared;    ///< "to" ends it
     bool isAscending;
     bool isBoundIncluded;
-    std::optional<std::uint64_t> from; ///< 0 where the attribute is missing; none: only known in a run
+    std::optional<EDataType> iteratorType; ///< none: undeclared, or of no type
+    std::optional<std::uint64_t> from;     ///< 0 where the attribute is missing; none: only known in a run
     std::optional<std::uint64_t> to;
     std::optional<std::uint64_t> interval; ///< 1 where the attribute is missing
     std::uint64_t ceiling;                 ///< the largest value that the iterator takes

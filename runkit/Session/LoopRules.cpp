@@ -25,13 +25,6 @@ const SDeclaration* IteratorOf(const CCheckedDocument& document, const pugi::xml
     return declaration && declaration->type ? declaration : nullptr;
 }
 
-/// Whether a loop can step a variable of the type. A group reads its iterator as a LONG when it starts, so that wider
-/// ones fail there.
-bool CanBeStepped(EDataType type)
-{
-    return type == DT_BYTE || type == DT_SHORT || type == DT_LONG;
-}
-
 bool IsLiteral(const pugi::xml_node& group, const char* attribute)
 {
     return ParseLiteral(DT_LONG, QString::fromUtf8(group.attribute(attribute).value())).has_value();
@@ -56,11 +49,7 @@ void FindIteratorsOfBadType(CCheckedDocument& document)
     for (const pugi::xml_node& group : document.Elements({"x:Group"}))
     {
         const SDeclaration* const iterator = IteratorOf(document, group);
-        if (!iterator || CanBeStepped(*iterator->type))
-        {
-            continue;
-        }
-        if (*iterator->type != DT_BOOL || SLoopOutline(document, group).IsStepped())
+        if (iterator && !SLoopOutline(document, group).HasGoodIterator())
         {
             document.Error(group,
                            "the iterator " + Quoted(iterator->name) + " is " + TypeToTypeName(*iterator->type).c_str() +
@@ -100,8 +89,7 @@ void FindBoundsBeyondIterator(CCheckedDocument& document)
     {
         const SDeclaration* const iterator = IteratorOf(document, group);
         const SLoopOutline loop(document, group);
-        const bool isBool = iterator && *iterator->type == DT_BOOL && !loop.IsStepped();
-        if (!iterator || !(CanBeStepped(*iterator->type) || isBool))
+        if (!iterator || !loop.HasGoodIterator())
         {
             continue;
         }
