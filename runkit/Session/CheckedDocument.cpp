@@ -85,6 +85,7 @@ void CCheckedDocument::CollectDeclarations()
     {
         if (element.type() == pugi::node_element)
         {
+            m_VariableNames.emplace_back(element.attribute("name").value());
             m_Rows.emplace(element.attribute("name").value(), m_Declarations.size());
             m_Declarations.push_back({element, element.attribute("name").value(),
                                       KnownType(element.attribute("type").value()),
@@ -130,6 +131,7 @@ const CReadLibrary* CCheckedDocument::Library()
     {
         m_Library = std::make_unique<CReadLibrary>(name);
         m_Library->OpenLibrary();
+        m_FunctionNames.assign(m_Library->Functions().begin(), m_Library->Functions().end());
     }
     return m_Library.get();
 }
@@ -149,17 +151,25 @@ const SDeclaration* CCheckedDocument::Find(std::string_view name) const
     return found == m_Rows.end() ? nullptr : &m_Declarations[found->second];
 }
 
+std::string CCheckedDocument::MeantName(TMeant& found, const std::string& name, const std::vector<std::string>& names)
+{
+    const auto [meant, isNew] = found.try_emplace(name);
+    if (isNew && names.size() <= m_LooksLeft)
+    {
+        m_LooksLeft -= names.size();
+        meant->second = Meant(name, names);
+    }
+    return meant->second;
+}
+
 std::string CCheckedDocument::MeantVariable(const std::string& name)
 {
-    const auto [found, isNew] = m_Meant.try_emplace(name);
-    if (isNew)
-    {
-        std::vector<std::string> names;
-        std::transform(m_Declarations.begin(), m_Declarations.end(), std::back_inserter(names),
-                       [](const SDeclaration& declaration) { return declaration.name; });
-        found->second = Meant(name, names);
-    }
-    return found->second;
+    return MeantName(m_MeantVariables, name, m_VariableNames);
+}
+
+std::string CCheckedDocument::MeantFunction(const std::string& name)
+{
+    return MeantName(m_MeantFunctions, name, m_FunctionNames);
 }
 
 std::optional<std::uint64_t> CCheckedDocument::KnownValue(const SReading& reading) const
@@ -195,6 +205,19 @@ std::string Meant(std::string_view wrong, const std::vector<std::string>& words)
 {
     const std::string word = NearestName(wrong, words);
     return word.empty() ? std::string() : "; did you mean " + Quoted(word) + "?";
+}
+
+std::string MeantWord(std::string_view wrong, const std::vector<std::string>& words)
+{
+    constexpr std::size_t MIN_SHARED = 4;
+    const std::string near = Meant(wrong, words);
+    const auto begins = [wrong](const std::string& word)
+    {
+        const std::size_t shared = std::min(wrong.size(), word.size());
+        return shared >= MIN_SHARED && ToLower(wrong.substr(0, shared)) == ToLower(word.substr(0, shared));
+    };
+    const auto found = near.empty() ? std::find_if(words.begin(), words.end(), begins) : words.end();
+    return found == words.end() ? near : "; did you mean " + Quoted(*found) + "?";
 }
 
 std::string Quoted(std::string_view text)

@@ -52,6 +52,8 @@ public:
     const SDeclaration* Find(std::string_view name) const;
     /// "; did you mean ...?" when a declared name is near, else empty.
     std::string MeantVariable(const std::string& name);
+    /// The same for a function of the test library.
+    std::string MeantFunction(const std::string& name);
 
     /// Every text that is read by value, but for the terms of expressions.
     const std::vector<SReading>& Readings() const { return m_Readings; }
@@ -66,12 +68,18 @@ private:
     void CollectElements();
     void CollectDeclarations();
     void CollectReadings();
+    using TMeant = std::map<std::string, std::string>;
+    std::string MeantName(TMeant& found, const std::string& name, const std::vector<std::string>& names);
 
     std::vector<pugi::xml_node> m_Elements;
     std::vector<SDeclaration> m_Declarations;
     std::map<std::string, std::size_t, std::less<>> m_Rows; ///< of the declarations, by name
     std::vector<SReading> m_Readings;
-    std::map<std::string, std::string> m_Meant;   ///< what was found for wrong names, which often come again
+    TMeant m_MeantVariables; ///< what was found for wrong names, which often come again
+    TMeant m_MeantFunctions;
+    std::vector<std::string> m_VariableNames;
+    std::vector<std::string> m_FunctionNames;
+    std::size_t m_LooksLeft = 200'000; ///< at names that might be meant, so that a check of many wrong ones ends
     std::set<std::string, std::less<>> m_Written; ///< names that assignments, prompts, loops and calls write
     std::unique_ptr<CReadLibrary> m_Library;
 };
@@ -84,6 +92,9 @@ std::uint64_t LargestOf(EDataType type);
 
 /// "; did you mean "word"?" for the word nearest to a wrong one, else empty.
 std::string Meant(std::string_view wrong, const std::vector<std::string>& words);
+
+/// The same for a fixed word, also for one that was cut short or drawn out.
+std::string MeantWord(std::string_view wrong, const std::vector<std::string>& words);
 
 std::string Quoted(std::string_view text);
 

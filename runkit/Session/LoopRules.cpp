@@ -174,6 +174,14 @@ void CheckGroupAttributes(CCheckedDocument& document, const pugi::xml_node& grou
         WarnIgnored(document, group, "to", "x:LoopTerminate ends the loop");
         WarnIgnored(document, group, "breakConditionType", "x:LoopTerminate ends the loop");
     }
+    if (loop.hasTerminator && !loop.hasIterator && (loop.isAscending || loop.hasNext))
+    {
+        WarnIgnored(document, group, "from", "without \"iterator\" nothing reads what the loop counts");
+    }
+    if (loop.hasTerminator && !loop.hasIterator && loop.isAscending && !loop.hasNext)
+    {
+        WarnIgnored(document, group, "interval", "without \"iterator\" nothing reads what the loop counts");
+    }
     if (loop.hasNext)
     {
         WarnIgnored(document, group, "interval", "x:NextIteration computes the iterator");
@@ -221,6 +229,11 @@ void CheckRoot(CCheckedDocument& document)
     for (const char* const name : {"x:Variables", "x:LibraryLoadError", "x:DllLoadError"})
     {
         CheckRepeated(document, root, name, false);
+    }
+    if (root.child("x:LibraryLoadError") && root.child("x:DllLoadError"))
+    {
+        document.Warn(root.child("x:DllLoadError"),
+                      "x:DllLoadError has no effect: x:LibraryLoadError is read in its place");
     }
 }
 

@@ -57,7 +57,7 @@ void CheckWord(CCheckedDocument& document, const pugi::xml_node& element, const 
                                                       : "it counts as false";
     document.Add(element, known.severity,
                  std::string(known.attribute) + ": " + Quoted(word) + " means nothing, so " + consequence +
-                     Meant(word, known.words));
+                     MeantWord(word, known.words));
 }
 
 std::vector<std::string> Texts(const QStringList& words)
@@ -118,7 +118,7 @@ void FindUnknownWords(CCheckedDocument& document)
     for (const pugi::xml_node& function : document.Elements({"x:Function"}))
     {
         const std::string type = function.attribute("type").value();
-        const std::string meant = type == "PassFailTest" ? "" : Meant(type, {"PassFailTest"});
+        const std::string meant = type == "PassFailTest" ? "" : MeantWord(type, {"PassFailTest"});
         if (!meant.empty())
         {
             document.Warn(function, "type: " + Quoted(type) + " makes it a plain call, not a test" + meant);
