@@ -29,6 +29,15 @@ CSafeString NameProblem(const CSafeString& name)
     return {};
 }
 
+/// Why a path cannot be opened at all; empty when a file stands there. The loader would wait for a pipe's other end.
+std::string FileProblem(const std::filesystem::path& path)
+{
+    std::error_code ignored;
+    const std::filesystem::file_status status = std::filesystem::status(path, ignored);
+    const bool isThere = std::filesystem::exists(status);
+    return !isThere ? "no such file" : std::filesystem::is_regular_file(status) ? "" : "not a regular file";
+}
+
 /// What the loader answered, without the path in front that the caller's line already has.
 std::string LoaderAnswer(const std::string& path)
 {
@@ -99,9 +108,8 @@ bool CLibWrapper::OpenLibrary()
         const std::filesystem::path inFolder = std::filesystem::path(folder) / file.c_str();
         const std::filesystem::path path =
             inFolder.is_absolute() ? inFolder : std::filesystem::current_path() / inFolder;
-        std::error_code ignored;
-        std::string reason = "no such file";
-        if (std::filesystem::exists(path, ignored) && OpenFile(path.string(), reason))
+        std::string reason = FileProblem(path);
+        if (reason.empty() && OpenFile(path.string(), reason))
         {
             return true;
         }

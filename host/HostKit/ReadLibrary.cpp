@@ -80,6 +80,13 @@ public:
         }
     }
 
+    /// Whether its sections were not stripped off; the loader goes by the segments alone.
+    bool HasSections() const
+    {
+        GElf_Ehdr header{};
+        return gelf_getehdr(m_Elf, &header) && header.e_shoff != 0;
+    }
+
     /// The functions that the loader finds by name.
     std::set<std::string, std::less<>> Functions() const
     {
@@ -170,7 +177,8 @@ bool CReadLibrary::IsLoaded() const
 
 CLibWrapper::TFunction CReadLibrary::GetFunction(std::string_view name) const
 {
-    return m_Functions.contains(name) ? Refuse : nullptr;
+    const bool isExported = m_Functions.contains(name) || (m_IsRead && !m_HasTable && !name.empty());
+    return isExported ? Refuse : nullptr;
 }
 
 bool CReadLibrary::OpenFile(const std::string& path, std::string& reason)
@@ -179,7 +187,11 @@ bool CReadLibrary::OpenFile(const std::string& path, std::string& reason)
     {
         const CElfFile file(path);
         file.Check();
-        m_Functions = file.Functions();
+        m_HasTable = file.HasSections();
+        if (m_HasTable)
+        {
+            m_Functions = file.Functions();
+        }
         m_IsRead = true;
     }
     catch (const ZKRunTimeException& exception)

@@ -17,6 +17,8 @@ public:
     bool IsLoaded() const override;
     TFunction GetFunction(std::string_view name) const override;
 
+    /// Whether the library has a table to read. The loader needs none; without it every function counts as exported.
+    bool HasTable() const { return m_HasTable; }
     /// The exported functions' names; empty until the library was read.
     const std::set<std::string, std::less<>>& Functions() const { return m_Functions; }
 
@@ -26,6 +28,7 @@ protected:
 private:
     std::set<std::string, std::less<>> m_Functions;
     bool m_IsRead = false;
+    bool m_HasTable = false;
 };
 
 /// The library service of hosts that look at suites and run none.

@@ -47,12 +47,12 @@ public:
         for (std::size_t i = nodes.size(); i-- > 0;)
         {
             const CNode& node = *nodes[i]; // behind its children
-            bool asks = IsPrompt(node) && infos[i].selected;
+            bool matters = infos[i].selected && (IsPrompt(node) || HasBadIterator(node));
             for (int child = 0; child < node.ChildCount(); ++child)
             {
-                asks = asks || m_Asks[node.GetChild(child)];
+                matters = matters || m_Matters[node.GetChild(child)];
             }
-            m_Asks[&node] = asks;
+            m_Matters[&node] = matters;
         }
     }
 
@@ -60,7 +60,7 @@ public:
     {
         const CReadLibrary* const library = m_Document.Library();
         const bool isRun = !library || library->IsLoaded(); // without its library, nothing of a suite runs
-        if (m_Asks[&root] && m_Answers.isCertain && isRun)
+        if (m_Matters[&root] && m_Answers.isCertain && isRun)
         {
             const bool isKnown = !HasCondition(root) && WalkPhases(root) == EEnd::Passed;
             m_Answers.isCertain = isKnown;
@@ -69,6 +69,21 @@ public:
     }
 
 private:
+    bool HasBadIterator(const CNode& node) const
+    {
+        return std::string_view(node.Element().name()) == "x:Group" &&
+            !SLoopOutline(m_Document, node.Element()).HasGoodIterator();
+    }
+
+    /// Whether a prompt's time-out can be read.
+    bool HasGoodTimeout(const pugi::xml_node& element) const
+    {
+        const SReading timeout{element, "timeout", element.attribute("timeout").value(), DT_LONG};
+        const SDeclaration* const variable = m_Document.Find(timeout.text);
+        const bool isRead = variable && variable->type && DataTypeWidth(*variable->type) <= DataTypeWidth(DT_LONG);
+        return *timeout.text == '\0' || timeout.Literal() || isRead;
+    }
+
     static bool HasCondition(const CNode& node) { return node.Element().child("x:Condition"); }
 
     /// A run goes on with the next suite unless this is unknown or aborted.
@@ -97,7 +112,7 @@ private:
 
     EEnd Walk(const CNode& node, bool stopsOnFailure)
     {
-        if (!m_Asks[&node])
+        if (!m_Matters[&node])
         {
             return EEnd::Passed;
         }
@@ -114,7 +129,7 @@ private:
         const std::optional<std::uint64_t> passes = std::string_view(group.Element().name()) == "x:Group"
             ? SLoopOutline(m_Document, group.Element()).Passes(most)
             : 1;
-        if (!passes)
+        if (!passes || HasBadIterator(group))
         {
             return EEnd::Unknown;
         }
@@ -138,7 +153,9 @@ private:
     {
         const pugi::xml_node element = node.Element();
         const SPrompt prompt = PromptOf(element);
-        if (prompt.kind != EPromptKind::Info && !m_Document.Find(element.attribute("variable").value()))
+        const bool hasVariable =
+            prompt.kind == EPromptKind::Info || m_Document.Find(element.attribute("variable").value());
+        if (!hasVariable || !HasGoodTimeout(element))
         {
             return EEnd::Unknown; // it fails before it asks
         }
@@ -189,7 +206,7 @@ private:
 
     CCheckedDocument m_Document;
     SAnswersAhead& m_Answers;
-    std::map<const CNode*, bool> m_Asks; ///< whether a selected prompt is in it
+    std::map<const CNode*, bool> m_Matters; ///< whether a selected prompt, or a loop that fails, is in it
 };
 } // namespace
 

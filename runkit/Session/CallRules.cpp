@@ -6,7 +6,6 @@
 #include <Orvanta/TestSuiteNode.h>
 
 #include <algorithm>
-#include <map>
 
 namespace
 {
@@ -97,21 +96,15 @@ void FindMissingFunctions(CCheckedDocument& document)
     {
         return; // one problem says it all
     }
-    std::map<std::string, std::string> meant; // the same call often comes again
-    const std::vector<std::string> known(library->Functions().begin(), library->Functions().end());
     for (const pugi::xml_node& function : document.Elements({"x:Function"}))
     {
         const std::string name = function.attribute("name").value();
         if (!library->GetFunction(name))
         {
-            const auto [found, isNew] = meant.try_emplace(name);
-            if (isNew)
-            {
-                found->second = Meant(name, known);
-            }
             document.Error(function,
-                           name.empty() ? "the function has no name"
-                                        : "the test library exports no function " + Quoted(name) + found->second);
+                           name.empty()
+                               ? "the function has no name"
+                               : "the test library exports no function " + Quoted(name) + document.MeantFunction(name));
         }
     }
 }

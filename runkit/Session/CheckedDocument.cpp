@@ -5,6 +5,7 @@
 #include <Orvanta/TestSuiteNode.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 namespace
@@ -14,6 +15,24 @@ using TNames = std::vector<std::string_view>;
 std::uint64_t Cut(std::uint64_t number, EDataType type)
 {
     return type == DT_BOOL ? std::uint64_t{number != 0} : number & LargestOf(type);
+}
+
+bool IsNumberInGroup(const pugi::xml_node& element)
+{
+    const std::string_view name = element.name();
+    return (name == "x:Value" || name == "x:Expression") &&
+        std::string_view(element.parent().name()).ends_with("Group");
+}
+
+/// Whether at least two terms stand before a term.
+bool IsThirdTerm(const pugi::xml_node& term)
+{
+    int before = 0;
+    for (pugi::xml_node node = term.previous_sibling(); node && before < 2; node = node.previous_sibling())
+    {
+        before += IsTerm(node) ? 1 : 0;
+    }
+    return before == 2 && IsTerm(term);
 }
 } // namespace
 
@@ -30,6 +49,10 @@ CCheckedDocument::CCheckedDocument(const CDocumentSource& source)
     for (const pugi::xml_node& group : Elements({"x:Group"}))
     {
         m_Written.emplace(group.attribute("iterator").value());
+    }
+    for (const pugi::xml_node& parameter : Elements({"x:Parameter"}))
+    {
+        m_Written.emplace(IsByReference(parameter) ? parameter.attribute("value").value() : "");
     }
 }
 
@@ -62,6 +85,7 @@ void CCheckedDocument::CollectDeclarations()
     {
         if (element.type() == pugi::node_element)
         {
+            m_VariableNames.emplace_back(element.attribute("name").value());
             m_Rows.emplace(element.attribute("name").value(), m_Declarations.size());
             m_Declarations.push_back({element, element.attribute("name").value(),
                                       KnownType(element.attribute("type").value()),
@@ -107,6 +131,7 @@ const CReadLibrary* CCheckedDocument::Library()
     {
         m_Library = std::make_unique<CReadLibrary>(name);
         m_Library->OpenLibrary();
+        m_FunctionNames.assign(m_Library->Functions().begin(), m_Library->Functions().end());
     }
     return m_Library.get();
 }
@@ -126,17 +151,25 @@ const SDeclaration* CCheckedDocument::Find(std::string_view name) const
     return found == m_Rows.end() ? nullptr : &m_Declarations[found->second];
 }
 
+std::string CCheckedDocument::MeantName(TMeant& found, const std::string& name, const std::vector<std::string>& names)
+{
+    const auto [meant, isNew] = found.try_emplace(name);
+    if (isNew && names.size() <= m_LooksLeft)
+    {
+        m_LooksLeft -= names.size();
+        meant->second = Meant(name, names);
+    }
+    return meant->second;
+}
+
 std::string CCheckedDocument::MeantVariable(const std::string& name)
 {
-    const auto [found, isNew] = m_Meant.try_emplace(name);
-    if (isNew)
-    {
-        std::vector<std::string> names;
-        std::transform(m_Declarations.begin(), m_Declarations.end(), std::back_inserter(names),
-                       [](const SDeclaration& declaration) { return declaration.name; });
-        found->second = Meant(name, names);
-    }
-    return found->second;
+    return MeantName(m_MeantVariables, name, m_VariableNames);
+}
+
+std::string CCheckedDocument::MeantFunction(const std::string& name)
+{
+    return MeantName(m_MeantFunctions, name, m_FunctionNames);
 }
 
 std::optional<std::uint64_t> CCheckedDocument::KnownValue(const SReading& reading) const
@@ -146,7 +179,7 @@ std::optional<std::uint64_t> CCheckedDocument::KnownValue(const SReading& readin
         return Cut(*literal, reading.type);
     }
     const SDeclaration* const declaration = Find(reading.text);
-    const bool isKnown = declaration && declaration->isConstant && declaration->type &&
+    const bool isKnown = declaration && declaration->type && !declaration->element.attribute("ZKconfig") &&
         DataTypeWidth(*declaration->type) <= DataTypeWidth(reading.type) && !m_Written.contains(reading.text);
     if (!isKnown)
     {
@@ -174,6 +207,19 @@ std::string Meant(std::string_view wrong, const std::vector<std::string>& words)
     return word.empty() ? std::string() : "; did you mean " + Quoted(word) + "?";
 }
 
+std::string MeantWord(std::string_view wrong, const std::vector<std::string>& words)
+{
+    constexpr std::size_t MIN_SHARED = 4;
+    const std::string near = Meant(wrong, words);
+    const auto begins = [wrong](const std::string& word)
+    {
+        const std::size_t shared = std::min(wrong.size(), word.size());
+        return shared >= MIN_SHARED && ToLower(wrong.substr(0, shared)) == ToLower(word.substr(0, shared));
+    };
+    const auto found = near.empty() ? std::find_if(words.begin(), words.end(), begins) : words.end();
+    return found == words.end() ? near : "; did you mean " + Quoted(*found) + "?";
+}
+
 std::string Quoted(std::string_view text)
 {
     return '"' + std::string(text) + '"';
@@ -182,6 +228,37 @@ std::string Quoted(std::string_view text)
 bool IsByReference(const pugi::xml_node& parameter)
 {
     return std::string_view(parameter.attribute("passed").value()) != "byVal";
+}
+
+bool IsTerm(const pugi::xml_node& element)
+{
+    static constexpr std::array<std::string_view, 6> TERMS{"x:And",        "x:Or",    "x:Not",
+                                                           "x:Comparison", "x:Value", "x:Expression"};
+    return std::find(TERMS.begin(), TERMS.end(), element.name()) != TERMS.end();
+}
+
+bool IsComputed(const pugi::xml_node& element)
+{
+    for (pugi::xml_node node = element; node; node = node.parent())
+    {
+        const pugi::xml_node parent = node.parent();
+        const std::string_view name = node.name();
+        const std::string_view parentName = parent.name();
+        if (name == "x:Condition" && !node.next_sibling("x:Condition"))
+        {
+            const bool isInTerm = IsTerm(parent) || parentName == "x:Condition" || parentName == "x:LoopTerminate" ||
+                parentName == "x:NextIteration";
+            // A number among the children of a group is not computed, but its condition is asked all the same.
+            return !isInTerm || IsNumberInGroup(parent);
+        }
+        const bool isReplaceable = name == "x:Condition" || name == "x:LoopTerminate" || name == "x:NextIteration";
+        const bool isReplaced = isReplaceable && node.next_sibling(node.name());
+        if (isReplaced || IsNumberInGroup(node) || (parentName == "x:Comparison" && IsThirdTerm(node)))
+        {
+            return false;
+        }
+    }
+    return true;
 }
 
 bool IsPromptBound(const pugi::xml_attribute& bound)

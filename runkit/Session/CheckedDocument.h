@@ -52,10 +52,12 @@ public:
     const SDeclaration* Find(std::string_view name) const;
     /// "; did you mean ...?" when a declared name is near, else empty.
     std::string MeantVariable(const std::string& name);
+    /// The same for a function of the test library.
+    std::string MeantFunction(const std::string& name);
 
     /// Every text that is read by value, but for the terms of expressions.
     const std::vector<SReading>& Readings() const { return m_Readings; }
-    /// What a reading gives in every run: a literal's value, or that of a constant that nothing writes; cut to the
+    /// What a reading gives in every run: a literal's value, or that of a variable that nothing writes; cut to the
     /// reading's width.
     std::optional<std::uint64_t> KnownValue(const SReading& reading) const;
 
@@ -66,13 +68,19 @@ private:
     void CollectElements();
     void CollectDeclarations();
     void CollectReadings();
+    using TMeant = std::map<std::string, std::string>;
+    std::string MeantName(TMeant& found, const std::string& name, const std::vector<std::string>& names);
 
     std::vector<pugi::xml_node> m_Elements;
     std::vector<SDeclaration> m_Declarations;
     std::map<std::string, std::size_t, std::less<>> m_Rows; ///< of the declarations, by name
     std::vector<SReading> m_Readings;
-    std::map<std::string, std::string> m_Meant;   ///< what was found for wrong names, which often come again
-    std::set<std::string, std::less<>> m_Written; ///< names that assignments, prompts and loops write
+    TMeant m_MeantVariables; ///< what was found for wrong names, which often come again
+    TMeant m_MeantFunctions;
+    std::vector<std::string> m_VariableNames;
+    std::vector<std::string> m_FunctionNames;
+    std::size_t m_LooksLeft = 200'000; ///< at names that might be meant, so that a check of many wrong ones ends
+    std::set<std::string, std::less<>> m_Written; ///< names that assignments, prompts, loops and calls write
     std::unique_ptr<CReadLibrary> m_Library;
 };
 
@@ -85,10 +93,19 @@ std::uint64_t LargestOf(EDataType type);
 /// "; did you mean "word"?" for the word nearest to a wrong one, else empty.
 std::string Meant(std::string_view wrong, const std::vector<std::string>& words);
 
+/// The same for a fixed word, also for one that was cut short or drawn out.
+std::string MeantWord(std::string_view wrong, const std::vector<std::string>& words);
+
 std::string Quoted(std::string_view text);
 
 /// Whether an element passes its value by reference, as "x:Parameter" does unless it says otherwise.
 bool IsByReference(const pugi::xml_node& parameter);
+
+/// Whether an element is a term of a calculation.
+bool IsTerm(const pugi::xml_node& element);
+
+/// Whether a run computes a term or a condition: not what another one replaces, nor what stands where nothing asks.
+bool IsComputed(const pugi::xml_node& element);
 
 /// Whether a prompt's bound is read as the number that it looks like; so is a missing one.
 bool IsPromptBound(const pugi::xml_attribute& bound);

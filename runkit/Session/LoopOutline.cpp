@@ -19,24 +19,31 @@ std::optional<std::uint64_t> Known(const CCheckedDocument& document, const pugi:
     return found ? document.KnownValue({group, attribute, found.value(), DT_LONG}) : std::optional(missing);
 }
 
-std::uint64_t CeilingOf(const CCheckedDocument& document, const pugi::xml_node& group)
+std::optional<EDataType> IteratorType(const CCheckedDocument& document, const pugi::xml_node& group)
 {
-    const SDeclaration* const iterator =
-        group.attribute("iterator") ? document.Find(group.attribute("iterator").value()) : nullptr;
-    return iterator && iterator->type ? LargestOf(*iterator->type) : std::numeric_limits<std::uint64_t>::max();
+    const pugi::xml_attribute name = group.attribute("iterator");
+    const SDeclaration* const iterator = name ? document.Find(name.value()) : nullptr;
+    return iterator ? iterator->type : std::nullopt;
 }
 } // namespace
+
+bool CanBeStepped(EDataType type)
+{
+    return type == DT_BYTE || type == DT_SHORT || type == DT_LONG;
+}
 
 SLoopOutline::SLoopOutline(const CCheckedDocument& document, const pugi::xml_node& group)
     : hasTerminator(group.child("x:LoopTerminate"))
     , hasNext(group.child("x:NextIteration"))
+    , hasIterator(group.attribute("iterator"))
     , isCompared(!hasTerminator && group.attribute("to"))
     , isAscending(!Has(group, "iterType", "Decr"))
     , isBoundIncluded(Has(group, "breakConditionType", "NonStrict"))
+    , iteratorType(IteratorType(document, group))
     , from(Known(document, group, "from", 0))
     , to(Known(document, group, "to", 0))
     , interval(Known(document, group, "interval", 1))
-    , ceiling(CeilingOf(document, group))
+    , ceiling(iteratorType ? LargestOf(*iteratorType) : std::numeric_limits<std::uint64_t>::max())
 {
 }
 
@@ -49,6 +56,26 @@ bool SLoopOutline::HasPassed(std::uint64_t iterator, std::uint64_t bound) const
 bool SLoopOutline::HasNoPass() const
 {
     return isCompared && from && to && HasPassed(*from, *to);
+}
+
+bool SLoopOutline::HasGoodIterator() const
+{
+    return !hasIterator ||
+        (iteratorType && (CanBeStepped(*iteratorType) || (*iteratorType == DT_BOOL && !IsStepped())));
+}
+
+bool SLoopOutline::Uses(std::string_view attribute) const
+{
+    const bool showsSteps = isCompared || hasIterator || (!isAscending && !hasNext); // down to 0 it ends by itself
+    if (attribute == "to")
+    {
+        return isCompared;
+    }
+    if (attribute == "from")
+    {
+        return IsLoop() ? showsSteps : hasIterator && !hasNext;
+    }
+    return IsStepped() && showsSteps;
 }
 
 std::optional<std::uint64_t> SLoopOutline::Passes(std::uint64_t most) const

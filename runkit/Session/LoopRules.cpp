@@ -2,6 +2,8 @@
 #include <Session/CheckedDocument.h>
 #include <Session/LoopOutline.h>
 
+#include <Orvanta/NumericValueNode.h>
+
 #include <algorithm>
 #include <array>
 
@@ -21,13 +23,6 @@ const SDeclaration* IteratorOf(const CCheckedDocument& document, const pugi::xml
     const pugi::xml_attribute iterator = group.attribute("iterator");
     const SDeclaration* const declaration = iterator ? document.Find(iterator.value()) : nullptr;
     return declaration && declaration->type ? declaration : nullptr;
-}
-
-/// Whether a loop can step a variable of the type. A group reads its iterator as a LONG when it starts, so that wider
-/// ones fail there.
-bool CanBeStepped(EDataType type)
-{
-    return type == DT_BYTE || type == DT_SHORT || type == DT_LONG;
 }
 
 bool IsLiteral(const pugi::xml_node& group, const char* attribute)
@@ -54,11 +49,7 @@ void FindIteratorsOfBadType(CCheckedDocument& document)
     for (const pugi::xml_node& group : document.Elements({"x:Group"}))
     {
         const SDeclaration* const iterator = IteratorOf(document, group);
-        if (!iterator || CanBeStepped(*iterator->type))
-        {
-            continue;
-        }
-        if (*iterator->type != DT_BOOL || SLoopOutline(document, group).IsStepped())
+        if (iterator && !SLoopOutline(document, group).HasGoodIterator())
         {
             document.Error(group,
                            "the iterator " + Quoted(iterator->name) + " is " + TypeToTypeName(*iterator->type).c_str() +
@@ -67,29 +58,54 @@ void FindIteratorsOfBadType(CCheckedDocument& document)
     }
 }
 
+namespace
+{
+std::string BeyondIterator(const std::string& what, const SDeclaration& iterator)
+{
+    return what + " is beyond the iterator " + Quoted(iterator.name) + ", whose type " +
+        TypeToTypeName(*iterator.type).c_str() + " ends at " + std::to_string(LargestOf(*iterator.type));
+}
+
+/// A literal that the last x:NextIteration gives as it is.
+void CheckNextIteration(CCheckedDocument& document, const pugi::xml_node& group, const SDeclaration& iterator)
+{
+    const pugi::xml_node next =
+        group.find_child([](const pugi::xml_node& child)
+                         { return std::string_view(child.name()) == "x:NextIteration" && IsComputed(child); });
+    const pugi::xml_node term = next.find_child(IsTerm);
+    const char* const text = term.attribute("value").value();
+    const bool isValue = std::string_view(term.name()) == "x:Value";
+    const std::optional<std::uint64_t> number = isValue ? CNumericValueNode::ReadLiteral(text) : std::nullopt;
+    if (number && *number > LargestOf(*iterator.type))
+    {
+        document.Warn(term, BeyondIterator(std::string("x:NextIteration: ") + text, iterator));
+    }
+}
+} // namespace
+
 void FindBoundsBeyondIterator(CCheckedDocument& document)
 {
     for (const pugi::xml_node& group : document.Elements({"x:Group"}))
     {
         const SDeclaration* const iterator = IteratorOf(document, group);
-        if (!iterator || !CanBeStepped(*iterator->type))
+        const SLoopOutline loop(document, group);
+        if (!iterator || !loop.HasGoodIterator())
         {
             continue;
         }
-        const SLoopOutline loop(document, group);
-        const std::uint64_t largest = LargestOf(*iterator->type);
-        const auto check = [&](const char* attribute, std::optional<std::uint64_t> value, bool isRead)
+        const auto check = [&](const char* attribute, std::optional<std::uint64_t> value, std::uint64_t largest)
         {
-            if (isRead && value && *value > largest && IsLiteral(group, attribute))
+            if (loop.Uses(attribute) && value && *value > largest && IsLiteral(group, attribute))
             {
-                document.Warn(group,
-                              std::string(attribute) + ": " + group.attribute(attribute).value() +
-                                  " is beyond the iterator " + Quoted(iterator->name) + ", whose type " +
-                                  TypeToTypeName(*iterator->type).c_str() + " ends at " + std::to_string(largest));
+                document.Warn(
+                    group,
+                    BeyondIterator(std::string(attribute) + ": " + group.attribute(attribute).value(), *iterator));
             }
         };
-        check("from", loop.from, loop.IsLoop() || !loop.hasNext);
-        check("to", loop.to, loop.isCompared);
+        const std::uint64_t largest = LargestOf(*iterator->type);
+        check("from", loop.from, largest);
+        check("to", loop.to, loop.isAscending && !loop.isBoundIncluded ? largest + 1 : largest);
+        CheckNextIteration(document, group, *iterator);
     }
 }
 
@@ -148,7 +164,8 @@ void CheckGroupAttributes(CCheckedDocument& document, const pugi::xml_node& grou
         }
         if (loop.hasNext && !writesIterator)
         {
-            document.Warn(group.child("x:NextIteration"), std::string("x:NextIteration has no effect: ") + NO_LOOP);
+            document.Warn(group.child("x:NextIteration"),
+                          std::string("nothing reads the value of x:NextIteration: ") + NO_LOOP);
         }
         return;
     }
@@ -156,6 +173,14 @@ void CheckGroupAttributes(CCheckedDocument& document, const pugi::xml_node& grou
     {
         WarnIgnored(document, group, "to", "x:LoopTerminate ends the loop");
         WarnIgnored(document, group, "breakConditionType", "x:LoopTerminate ends the loop");
+    }
+    if (loop.hasTerminator && !loop.hasIterator && (loop.isAscending || loop.hasNext))
+    {
+        WarnIgnored(document, group, "from", "without \"iterator\" nothing reads what the loop counts");
+    }
+    if (loop.hasTerminator && !loop.hasIterator && loop.isAscending && !loop.hasNext)
+    {
+        WarnIgnored(document, group, "interval", "without \"iterator\" nothing reads what the loop counts");
     }
     if (loop.hasNext)
     {
@@ -205,13 +230,11 @@ void CheckRoot(CCheckedDocument& document)
     {
         CheckRepeated(document, root, name, false);
     }
-}
-
-bool IsTerm(const pugi::xml_node& element)
-{
-    static constexpr std::array<std::string_view, 6> TERMS{"x:And",        "x:Or",    "x:Not",
-                                                           "x:Comparison", "x:Value", "x:Expression"};
-    return std::find(TERMS.begin(), TERMS.end(), element.name()) != TERMS.end();
+    if (root.child("x:LibraryLoadError") && root.child("x:DllLoadError"))
+    {
+        document.Warn(root.child("x:DllLoadError"),
+                      "x:DllLoadError has no effect: x:LibraryLoadError is read in its place");
+    }
 }
 
 std::vector<pugi::xml_node> TermsOf(const pugi::xml_node& element)
@@ -230,7 +253,11 @@ void CheckTerm(CCheckedDocument& document, const pugi::xml_node& element)
     }
     if (IsTerm(element) && std::string_view(element.parent().name()).ends_with("Group"))
     {
-        document.Warn(element, std::string(name) + " has no effect among the children of a group");
+        const bool isNumber = name == "x:Value" || name == "x:Expression";
+        document.Warn(element,
+                      std::string(name) +
+                          (isNumber ? " has no effect among the children of a group"
+                                    : " decides nothing among the children of a group; move it into an x:Condition"));
     }
     if (name == "x:Comparison")
     {
@@ -247,7 +274,7 @@ void FindMissingTerms(CCheckedDocument& document)
 {
     for (const pugi::xml_node& element : document.Elements({"x:And", "x:Or", "x:Comparison", "x:Expression"}))
     {
-        if (TermsOf(element).size() < 2)
+        if (TermsOf(element).size() < 2 && IsComputed(element))
         {
             document.Error(element, std::string(element.name()) + " needs at least two terms");
         }

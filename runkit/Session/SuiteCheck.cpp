@@ -62,16 +62,24 @@ std::vector<SProblem> Find(const CDocumentSource& source, const Rules& rules)
     return document.Take();
 }
 
+/// Whether what a rule finds may come of what the schema refused at the same place.
+bool CanFollowFromSchema(std::string_view rule)
+{
+    static constexpr std::array<std::string_view, 4> RULES{"unknown-type", "unknown-operator", "terms", "empty-group"};
+    return std::find(RULES.begin(), RULES.end(), rule) != RULES.end();
+}
+
 /// Whether a rule says again what loading said, or stumbles over what the schema refused.
 bool IsKnown(const SProblem& found, const std::vector<SProblem>& problems)
 {
-    return std::any_of(problems.begin(), problems.end(),
-                       [&found](const SProblem& problem)
-                       {
-                           const bool isSamePlace =
-                               std::tie(problem.line, problem.column) == std::tie(found.line, found.column);
-                           return isSamePlace && (problem.rule == found.rule || problem.rule == "schema");
-                       });
+    return std::any_of(
+        problems.begin(), problems.end(),
+        [&found](const SProblem& problem)
+        {
+            const bool isSamePlace = std::tie(problem.line, problem.column) == std::tie(found.line, found.column);
+            return isSamePlace &&
+                (problem.rule == found.rule || (problem.rule == "schema" && CanFollowFromSchema(found.rule)));
+        });
 }
 } // namespace
 

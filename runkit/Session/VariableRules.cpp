@@ -1,5 +1,6 @@
 #include <Session/CheckRules.h>
 #include <Session/CheckedDocument.h>
+#include <Session/LoopOutline.h>
 
 #include <Orvanta/NumericValueNode.h>
 #include <Orvanta/SetPopupNode.h>
@@ -87,8 +88,19 @@ std::optional<std::uint64_t> WrittenNumber(EDataType type, const char* text)
     return ParseLiteral(type, literal) ? ParseLiteral(DT_LONGLONG, literal) : std::nullopt;
 }
 
+/// Whether what is read makes a difference. A variable that a group cannot read fails all the same.
+bool IsUsed(const CCheckedDocument& document, const SReading& reading)
+{
+    const bool isBound = std::string_view(reading.element.name()) == "x:Group";
+    return !isBound || SLoopOutline(document, reading.element).Uses(reading.attribute);
+}
+
 void CheckReading(CCheckedDocument& document, const SReading& reading)
 {
+    if (!IsUsed(document, reading))
+    {
+        return;
+    }
     if (reading.Literal())
     {
         const std::string misfit = Misfit(reading.text, WrittenNumber(reading.type, reading.text), reading.type);
@@ -128,7 +140,7 @@ void CheckDeclaration(CCheckedDocument& document, const SDeclaration& declaratio
 void CheckValueElement(CCheckedDocument& document, const pugi::xml_node& element)
 {
     const char* const text = element.attribute("value").value();
-    if (IsNamed(text))
+    if (IsNamed(text) || !IsComputed(element))
     {
         return;
     }
@@ -183,11 +195,17 @@ void FindUndeclaredVariables(CCheckedDocument& document)
     }
     for (const SReading& reading : document.Readings())
     {
-        checkNamed(reading.element, reading.attribute, reading.text);
+        if (IsUsed(document, reading))
+        {
+            checkNamed(reading.element, reading.attribute, reading.text);
+        }
     }
     for (const pugi::xml_node& element : document.Elements({"x:Value"}))
     {
-        checkNamed(element, "value", element.attribute("value").value());
+        if (IsComputed(element))
+        {
+            checkNamed(element, "value", element.attribute("value").value());
+        }
     }
 }
 

@@ -1,6 +1,7 @@
 #include <Session/CheckRules.h>
 #include <Session/CheckedDocument.h>
 
+#include <CoreKit/NearestName.h>
 #include <CoreKit/SafeString.h>
 #include <Orvanta/BooleanOperatorNode.h>
 #include <Orvanta/NumericExpressionNode.h>
@@ -56,7 +57,7 @@ void CheckWord(CCheckedDocument& document, const pugi::xml_node& element, const 
                                                       : "it counts as false";
     document.Add(element, known.severity,
                  std::string(known.attribute) + ": " + Quoted(word) + " means nothing, so " + consequence +
-                     Meant(word, known.words));
+                     MeantWord(word, known.words));
 }
 
 std::vector<std::string> Texts(const QStringList& words)
@@ -65,6 +66,13 @@ std::vector<std::string> Texts(const QStringList& words)
     std::transform(words.begin(), words.end(), std::back_inserter(texts),
                    [](const QString& word) { return word.toStdString(); });
     return texts;
+}
+
+/// Operators are so short that several are often equally near, and a wrong guess would turn a comparison round.
+std::string MeantOperator(const std::string& wrong, const std::vector<std::string>& words)
+{
+    const std::vector<std::string> nearest = NearestNames(wrong, words);
+    return nearest.size() == 1 ? "; did you mean " + Quoted(nearest.front()) + "?" : std::string();
 }
 } // namespace
 
@@ -81,7 +89,7 @@ void FindUnknownOperators(CCheckedDocument& document)
             document.Error(element,
                            std::string(element.name()) + ": the operator " + Quoted(word.toStdString()) +
                                " is not known; known are " + known.join(QStringLiteral(", ")).toStdString() +
-                               Meant(word.toStdString(), Texts(known)));
+                               MeantOperator(word.toStdString(), Texts(known)));
         }
     }
 }
@@ -110,7 +118,7 @@ void FindUnknownWords(CCheckedDocument& document)
     for (const pugi::xml_node& function : document.Elements({"x:Function"}))
     {
         const std::string type = function.attribute("type").value();
-        const std::string meant = type == "PassFailTest" ? "" : Meant(type, {"PassFailTest"});
+        const std::string meant = type == "PassFailTest" ? "" : MeantWord(type, {"PassFailTest"});
         if (!meant.empty())
         {
             document.Warn(function, "type: " + Quoted(type) + " makes it a plain call, not a test" + meant);

@@ -1,4 +1,5 @@
 #include <CoreKit/Exceptions.h>
+#include <CoreKit/NearestName.h>
 #include <CoreKit/PrintableText.h>
 #include <CoreKit/SimpleBuffer.h>
 #include <CoreKit/Time.h>
@@ -164,4 +165,29 @@ TEST(Time, LocalTimeFollowsTheZone)
     EXPECT_EQ(MakeTimeString("%b %d, %Y - %H:%M:%S", when), "Feb 29, 2024 - 14:34:56");
     unsetenv("TZ");
     tzset();
+}
+
+TEST(NearestName, AllThatAreEquallyNearAndNoneThatIsFar)
+{
+    const struct
+    {
+        const char* word;
+        std::vector<std::string> names;
+        std::vector<std::string> nearest;
+    } rows[] = {
+        {"le", {"eq", "lt", "lte", "ne", "gte"}, {"lt", "lte", "ne"}},
+        {"grop", {"x:Drop", "x:Group", "x:Set"}, {"x:Drop", "x:Group"}},
+        {"Connect", {"Conect", "connect", "Connct"}, {"connect"}},
+        {"ReadLinkz", {"WriteLinks", "HeadLinks", "ReadLink"}, {"ReadLink"}},
+        {"abcdefghi", {"defghi"}, {"defghi"}},
+        {"abcdefghi", {"efghi"}, {}},
+        {"abcdefgh", {"badcfeghx"}, {}},
+        {"abcdefghx", {"badcfeghx"}, {"badcfeghx"}},
+        {"", {"a", ""}, {""}},
+    };
+    for (const auto& [word, names, nearest] : rows)
+    {
+        EXPECT_EQ(NearestNames(word, names), nearest) << word;
+        EXPECT_EQ(NearestName(word, names), nearest.empty() ? "" : nearest.front()) << word;
+    }
 }

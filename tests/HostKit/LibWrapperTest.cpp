@@ -7,8 +7,12 @@
 
 #include <QTemporaryDir>
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+
+#include <link.h>
+#include <sys/stat.h>
 
 class LibWrapperTest : public CServicesTest
 {
@@ -17,6 +21,12 @@ protected:
     const std::string probe2 = PROBE_FOLDER "2";
     const QTemporaryDir temporary;
     const std::string empty = temporary.path().toStdString();
+
+    static std::string Copy(const std::string& path)
+    {
+        std::ifstream file(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    }
 };
 
 TEST_F(LibWrapperTest, FileNames)
@@ -99,12 +109,7 @@ TEST_F(LibWrapperTest, ALibraryThatIsReadTellsItsFunctionsAndRunsNone)
 
 TEST_F(LibWrapperTest, WhatTheLoaderWouldNotTakeIsNotReadEither)
 {
-    const auto copy = [](const std::string& path)
-    {
-        std::ifstream file(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), {});
-    };
-    const std::string probe = copy(probe1 + "/libprobe.so");
+    const std::string probe = Copy(probe1 + "/libprobe.so");
     std::string foreign = probe;
     foreign[18] = static_cast<char>(foreign[18] ^ 1); // the machine
     std::string object = probe;
@@ -115,7 +120,7 @@ TEST_F(LibWrapperTest, WhatTheLoaderWouldNotTakeIsNotReadEither)
         {probe.substr(0, 64), "its table of exported functions cannot be read"},
         {foreign, "a library for another kind of machine"},
         {object, "not a shared library: it is a program or an object file"},
-        {copy("/proc/self/exe"), "not a shared library: it is a program or an object file"},
+        {Copy("/proc/self/exe"), "not a shared library: it is a program or an object file"},
     };
     services.Settings.LibraryPath = {empty};
     for (const auto& [content, reason] : rows)
@@ -125,4 +130,40 @@ TEST_F(LibWrapperTest, WhatTheLoaderWouldNotTakeIsNotReadEither)
         EXPECT_FALSE(library.OpenLibrary());
         EXPECT_EQ(library.GetDiagnostic(), (empty + "/libodd.so: " + reason).c_str());
     }
+}
+
+TEST_F(LibWrapperTest, OnlyRegularFilesAreOpened)
+{
+    ASSERT_EQ(mkfifo((empty + "/libpipe.so").c_str(), 0600), 0);
+    std::filesystem::create_directory(empty + "/libfolder.so");
+    services.Settings.LibraryPath = {empty};
+    for (const char* const name : {"pipe", "folder"})
+    {
+        CReadLibrary read(name);
+        CLibWrapper opened(name, true);
+        for (CLibWrapper* const library : {static_cast<CLibWrapper*>(&read), &opened})
+        {
+            EXPECT_FALSE(library->OpenLibrary());
+            EXPECT_EQ(library->GetDiagnostic(), (empty + "/lib" + name + ".so: not a regular file").c_str());
+        }
+    }
+}
+
+TEST_F(LibWrapperTest, ALibraryWithoutSectionsIsTakenAsTheLoaderTakesIt)
+{
+    std::string stripped = Copy(probe1 + "/libprobe.so");
+    ElfW(Ehdr) header{};
+    std::memcpy(&header, stripped.data(), sizeof header);
+    header.e_shoff = 0;
+    header.e_shnum = header.e_shstrndx = 0;
+    std::memcpy(stripped.data(), &header, sizeof header);
+    std::ofstream(empty + "/libstripped.so", std::ios::binary) << stripped;
+    services.Settings.LibraryPath = {empty};
+    CLibWrapper opened("stripped", true);
+    EXPECT_TRUE(opened.OpenLibrary()) << opened.GetDiagnostic().c_str();
+    CReadLibrary read("stripped");
+    ASSERT_TRUE(read.OpenLibrary()) << read.GetDiagnostic().c_str();
+    EXPECT_FALSE(read.HasTable());
+    EXPECT_NE(read.GetFunction("ProbeNumber"), nullptr);
+    EXPECT_EQ(read.GetFunction(""), nullptr);
 }
