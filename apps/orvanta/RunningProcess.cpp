@@ -163,7 +163,7 @@ void CRunningProcess::HandOver()
 {
     if (!m_Gathered.empty() && !WriteAll(m_Events, m_Gathered))
     {
-        _exit(EXIT_FAILURE); // nobody waits any more
+        EndOrphaned();
     }
     m_Gathered.clear();
 }
@@ -177,6 +177,15 @@ void CRunningProcess::Follow(const SEvent& event)
     else if (const auto* const prompt = std::get_if<SPromptOpenEvent>(&event.what))
     {
         m_Prompt = prompt->id;
+        if (m_Terminal >= 0)
+        {
+            // From here on the other process changes the terminal, which then has to be restored in its place.
+            DieWith(m_Waiting, true);
+        }
+    }
+    else if (std::holds_alternative<SPromptEvent>(event.what))
+    {
+        DieWith(m_Waiting, false);
     }
     else if (std::holds_alternative<SRunEndEvent>(event.what))
     {
