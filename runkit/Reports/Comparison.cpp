@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <utility>
 
 namespace
@@ -20,13 +19,6 @@ const SRecordedTest* Find(const SRecordedSuite& suite, const std::string& key)
 {
     const auto test = suite.tests.find(key);
     return test == suite.tests.end() ? nullptr : &test->second;
-}
-
-std::string Seconds(std::chrono::microseconds duration)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "%.3f s", std::chrono::duration<double>(duration).count());
-    return text;
 }
 
 bool HasMoved(const SMeasurementEvent& before, const SMeasurementEvent& after)
@@ -130,7 +122,8 @@ void CComparer::CompareTest(const std::string& key, const SRecordedTest& before,
     }
     if (isTest && after.duration >= 2 * before.duration && after.duration >= before.duration + 100ms)
     {
-        Add(m_Result.slower, "slower", key, Seconds(after.duration) + ", was " + Seconds(before.duration));
+        Add(m_Result.slower, "slower", key,
+            SecondsText(after.duration) + " s, was " + SecondsText(before.duration) + " s");
     }
     CompareMeasurements(key, before, after);
 }

@@ -1,5 +1,6 @@
 #include <Reports/EventText.h>
 
+#include <CoreKit/Format.h>
 #include <CoreKit/Measurement.h>
 #include <CoreKit/Time.h>
 #include <Events/Words.h>
@@ -12,6 +13,11 @@ std::string ProblemText(const std::string& file, const SProblem& problem)
         problem.line == 0 ? "" : std::to_string(problem.line) + ':' + std::to_string(problem.column) + ':';
     return file + ':' + place + ' ' + std::string(WordOf(problem.severity)) + ": " + problem.message + " [" +
         problem.rule + ']';
+}
+
+std::string SecondsText(std::chrono::microseconds duration)
+{
+    return std::string(FormatText("%.3f", std::chrono::duration<double>(duration).count()));
 }
 
 std::string LockText(const SLockEvent& lock)

@@ -12,7 +12,6 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
-#include <cstdio>
 #include <utility>
 #include <variant>
 
@@ -42,13 +41,6 @@ std::string NameText(std::string_view text)
     return isBlank ? '"' + std::string(text) + '"' : std::string(text);
 }
 
-std::string Seconds(std::chrono::microseconds duration)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "%.3f", std::chrono::duration<double>(duration).count());
-    return text;
-}
-
 void SetText(pugi::xml_node node, const char* name, std::string_view value)
 {
     node.append_attribute(name).set_value(XmlText(value).c_str());
@@ -59,7 +51,7 @@ pugi::xml_node AddCase(pugi::xml_document& document, const STestName& name, std:
     pugi::xml_node testcase = document.append_child("testcase");
     SetText(testcase, "name", NameText(name.name));
     SetText(testcase, "classname", NameText(name.classname));
-    SetText(testcase, "time", Seconds(duration));
+    SetText(testcase, "time", SecondsText(duration));
     return testcase;
 }
 
@@ -205,10 +197,8 @@ void CJUnitReport::Tell(const SRunEndEvent& end)
         }
         if (!end.passed && m_FailureCount + m_ErrorCount == 0)
         {
-            const SVerdictCounts& counts = end.verdicts;
-            const bool hasRun = counts.passed + counts.failed + counts.errors + counts.aborted > 0;
             const std::string text = end.result.empty() ? "The run ended before its time."
-                : hasRun                                ? "Result: " + end.result
+                : end.result != "Completed"             ? "Result: " + end.result
                 : m_HasSelected                         ? "None of the selected tests was executed."
                                                         : "Nothing was selected.";
             WriteProblem(m_Names.SuiteClass(), "run", m_Trouble.empty() ? text : m_Trouble, {});
@@ -232,7 +222,7 @@ void CJUnitReport::WriteSuite(const std::string& name, std::chrono::milliseconds
     suite.append_attribute("failures").set_value(static_cast<unsigned long long>(m_FailureCount));
     suite.append_attribute("errors").set_value(static_cast<unsigned long long>(m_ErrorCount));
     suite.append_attribute("skipped").set_value(static_cast<unsigned long long>(m_SkippedCount));
-    SetText(suite, "time", Seconds(duration));
+    SetText(suite, "time", SecondsText(duration));
     std::string tag = Written(document, 1);
     tag.replace(tag.rfind(" />"), std::string::npos, ">\n");
     m_File.Write(tag);

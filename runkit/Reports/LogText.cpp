@@ -127,8 +127,7 @@ void CLogText::Tell(const SVerdictEvent& event)
     }
     else if (event.test)
     {
-        const double seconds = std::chrono::duration<double>(event.duration).count();
-        Line("note", what + FormatText(", %.3f s", seconds).c_str());
+        Line("note", what + ", " + SecondsText(event.duration) + " s");
     }
 }
 
@@ -167,9 +166,9 @@ void CLogText::Tell(const SRunEndEvent& event)
 {
     // The engine's result knows nothing of what went wrong outside of its tests.
     const bool isMisleading = !event.passed && (event.result.empty() || event.result == "Passed");
-    const CSafeString seconds = FormatText("%.3f s", std::chrono::duration<double>(event.duration).count());
     Line("result",
-         (isMisleading ? "Not passed" : event.result) + "; " + Counts(event.verdicts) + "; " + seconds.c_str());
+         (isMisleading ? "Not passed" : event.result) + "; " + Counts(event.verdicts) + "; " +
+             SecondsText(event.duration) + " s");
 }
 
 std::string CLogText::Describe(const std::string& path, const std::vector<std::uint64_t>& passes) const

@@ -3,7 +3,7 @@
 #include <Events/Node.h>
 
 #include <algorithm>
-#include <regex>
+#include <string_view>
 
 namespace
 {
@@ -15,10 +15,15 @@ std::string Part(std::string text)
 }
 
 /// A title that ends as if passes or a path were added to it already.
-bool ReadsAsMore(const std::string& title)
+bool ReadsAsMore(std::string_view title)
 {
-    static const std::regex MORE(R"(.* (\[[0-9.]+\]|\(/[0-9/]*\)))");
-    return std::regex_match(title, MORE);
+    const auto endsIn = [title](std::string_view begin, std::string_view inside, char end)
+    {
+        const std::size_t at = title.rfind(begin);
+        return at != std::string_view::npos && title.back() == end &&
+            title.find_first_not_of(inside, at + begin.size()) == title.size() - 1;
+    };
+    return endsIn(" [", "0123456789.", ']') || endsIn(" (/", "0123456789/", ')');
 }
 } // namespace
 

@@ -204,7 +204,8 @@ TEST(JUnitReport, NoTwoCasesHaveOneNameAndNoNameIsBlank)
 {
     const std::string xml = JUnit(CEventScript()("record")(SRunStartEvent{" ", "", "", 0, 0, {{" ", "blank"}}})(
         SNodeEvent{"/0", "x:Function", " ", "", 1, true, true, true})(
-        "group /1 L\n test /1/0 Read\n test /1/1 Read [2]\n test /1/2 a\n test /1/3 a\n test /1/4 a (/1/2)\n begin /0\n passed /0\n"
+        "test /2 " + std::string(500'000, 'x') +
+        "\n group /1 L\n test /1/0 Read\n test /1/1 Read [2]\n test /1/2 a\n test /1/3 a\n test /1/4 a (/1/2)\n begin /0\n passed /0\n"
         "begin /1/0\n passed /1/0 [2]\n begin /1/1\n passed /1/1\n begin /1/2\n passed /1/2\n begin /1/3\n passed /1/3\n begin /1/4\n passed /1/4\n end"));
     EXPECT_EQ(
         Cases(xml),
